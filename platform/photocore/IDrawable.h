@@ -1,0 +1,16 @@
+#pragma once
+
+#include "proc/CropInfo.h"
+#include "proc/IDataVideo.h"
+
+namespace Quelto::Lumindra::PhotoCore {
+
+// Something that can draw the picture's overlay items as an image (the workspace scene).
+// The core calls it on the UI thread, when it flattens or saves.
+class IDrawable {
+public:
+    virtual ~IDrawable() = default;
+    virtual Proc::DataVideoPtr GetVideo(const Proc::CropInfo& crop) = 0;
+};
+
+} // namespace Quelto::Lumindra::PhotoCore

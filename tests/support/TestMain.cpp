@@ -1,0 +1,32 @@
+#include <cstdlib>
+
+#include <QApplication>
+
+#include <gtest/gtest.h>
+
+#include "util/AlertBox.h"
+#include "util/Logging.h"
+#include "util/Settings.h"
+
+#include <QTemporaryDir>
+
+int main(int argc, char** argv)
+{
+    // Test discovery and CI run without a display.
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && qEnvironmentVariableIsEmpty("DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    ::testing::InitGoogleTest(&argc, argv);
+    Quelto::Lumindra::Util::InitLogging(argv[0]);
+
+    QApplication app(argc, argv);
+    QApplication::setOrganizationName(QStringLiteral("LumindraTests"));
+    QApplication::setApplicationName(QStringLiteral("LumindraTests"));
+
+    // No test touches the user's settings or waits for a person at an alert.
+    QTemporaryDir settingsDir;
+    Quelto::Lumindra::Util::SettingsManager::Instance().SetStoreFile(settingsDir.filePath("settings.ini"));
+    Quelto::Lumindra::LumindraAlertBox::SetTestHook(
+        [](Quelto::Lumindra::LumindraAlertBox&) { return QDialogButtonBox::Ok; });
+
+    return RUN_ALL_TESTS();
+}
