@@ -1,0 +1,100 @@
+#include "Bench.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+#include <QDir>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTemporaryDir>
+
+namespace Quelto::Lumindra::Bench {
+
+std::vector<Group>& Registry()
+{
+    static std::vector<Group> groups;
+    return groups;
+}
+
+void Report(const std::string& figure, double value, const std::string& unit)
+{
+    std::printf("%s %.4g %s\n", figure.c_str(), value, unit.c_str());
+    std::fflush(stdout);
+}
+
+double ElapsedMs(std::chrono::steady_clock::time_point since)
+{
+    return std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - since).count();
+}
+
+double MedianMs(int runs, const std::function<void()>& fn, bool warmUp)
+{
+    if (warmUp)
+        fn();
+    std::vector<double> times;
+    for (int i = 0; i < std::max(1, runs); ++i) {
+        const auto start = std::chrono::steady_clock::now();
+        fn();
+        times.push_back(ElapsedMs(start));
+    }
+    std::sort(times.begin(), times.end());
+    return times[times.size() / 2];
+}
+
+QString TestDataDir()
+{
+    return QDir::cleanPath(QStringLiteral(LUMINDRA_SOURCE_DIR "/../shared/testdata"));
+}
+
+QString TempDir()
+{
+    static QTemporaryDir dir;
+    return dir.path();
+}
+
+namespace {
+
+// Makes a 6000x4000 JPEG from a real photograph with the vips command-line tool: scale up,
+// then add a fine texture so that the file decodes like a camera file, not like a blur.
+QString MakePhoto(const QString& out, int variant)
+{
+    if (QFileInfo::exists(out))
+        return out;
+    const QString source = TestDataDir() + QStringLiteral("/exif-samples/jpg/Canon_40D.jpg");
+    const QString big = TempDir() + QStringLiteral("/big-%1.v").arg(variant);
+    const QString noise = TempDir() + QStringLiteral("/noise-%1.v").arg(variant);
+    const QString mixed = TempDir() + QStringLiteral("/mixed-%1.v").arg(variant);
+    auto run = [](const QStringList& args) {
+        if (QProcess::execute(QStringLiteral("vips"), args) != 0) {
+            std::fprintf(stderr, "vips %s failed\n", args.join(' ').toUtf8().constData());
+            std::exit(1);
+        }
+    };
+    run({"thumbnail", source, big, "6000", "--height", "4000", "--size", "force"});
+    run({"gaussnoise", noise, "6000", "4000", "--sigma", QString::number(6 + variant % 5), "--mean", "0"});
+    run({"add", big, noise, mixed});
+    run({"cast", mixed, out + "[Q=92,strip]", "uchar"});
+    QFile::remove(big);
+    QFile::remove(noise);
+    QFile::remove(mixed);
+    return out;
+}
+
+} // namespace
+
+QString PhotoJpeg24MP()
+{
+    return MakePhoto(TempDir() + QStringLiteral("/photo-24mp.jpg"), 0);
+}
+
+QString PhotoFolder24MP(int count)
+{
+    const QString folder = TempDir() + QStringLiteral("/folder");
+    QDir().mkpath(folder);
+    for (int i = 0; i < count; ++i)
+        MakePhoto(folder + QStringLiteral("/photo-%1.jpg").arg(i, 3, 10, QLatin1Char('0')), i);
+    return folder;
+}
+
+} // namespace Quelto::Lumindra::Bench

@@ -1,0 +1,16 @@
+#pragma once
+
+// The one way to include libvips in this project. glib's gio headers, which vips pulls in, use
+// `signals` as an identifier, which Qt defines as a keyword macro.
+#pragma push_macro("signals")
+#undef signals
+#include <vips/vips8>
+#pragma pop_macro("signals")
+
+namespace Quelto::Lumindra::Proc {
+
+// Starts libvips once per process (thread-safe, idempotent). Throws Core::Exception when it
+// cannot start.
+void EnsureVipsStarted();
+
+} // namespace Quelto::Lumindra::Proc
