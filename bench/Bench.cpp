@@ -61,7 +61,11 @@ QString MakePhoto(const QString& out, int variant)
 {
     if (QFileInfo::exists(out))
         return out;
-    const QString source = TestDataDir() + QStringLiteral("/exif-samples/jpg/Canon_40D.jpg");
+    // Real camera photographs, scaled up; the variants rotate through them so that a folder of
+    // such files holds different pictures.
+    static const char* const sources[] = {"/exif-samples/jpg/gps/DSCN0010.jpg", "/exif-samples/jpg/gps/DSCN0021.jpg",
+                                          "/exif-samples/jpg/orientation/landscape_1.jpg"};
+    const QString source = TestDataDir() + QLatin1String(sources[variant % 3]);
     const QString big = TempDir() + QStringLiteral("/big-%1.v").arg(variant);
     const QString noise = TempDir() + QStringLiteral("/noise-%1.v").arg(variant);
     const QString mixed = TempDir() + QStringLiteral("/mixed-%1.v").arg(variant);
