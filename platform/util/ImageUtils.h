@@ -7,14 +7,16 @@
 
 namespace Quelto::Lumindra::Util {
 
-// Conversions between frames and Qt images.
+// Conversions between frames and Qt images. Stateless; FrameToImage may be called from any thread.
 class ImageUtils {
 public:
-    // A QImage over the frame's pixels, without copying where Qt has the format (BGRA32 as
-    // ARGB32, or RGB32 when the frame is opaque; RGB24 as RGB888; RGBA64 as RGBA64). The image
-    // keeps the frame alive. Null for a null frame.
+    // A read-only QImage over the frame's pixels, without copying where Qt has the format:
+    // BGRA32 as ARGB32 (RGB32 when the frame is opaque), RGB24 as RGB888, BGR24 as BGR888,
+    // RGBA64 as RGBA64 (RGBX64 when opaque). The image keeps the frame alive until the last
+    // QImage sharing the pixels is gone; writing to the image detaches it, so the frame never
+    // changes. Null for a null frame, an empty frame or an unknown format (logged).
     QImage FrameToImage(const Proc::DataVideoPtr& frame) const;
-    // UI thread only (QPixmap). Null pixmap for a null frame.
+    // UI thread only (QPixmap). Null pixmap where FrameToImage gives a null image.
     QPixmap FrameToPixmap(const Proc::DataVideoPtr& frame) const;
 };
 

@@ -4,8 +4,11 @@ class QKeyEvent;
 
 namespace Quelto::Lumindra::Util {
 
-// The layout-independent key of a key event: the Qt key that the physical key carries on a US
-// layout when the native virtual key is known (so "[" works on every keyboard), else the event's key.
+// The key of a key event for shortcuts that must not depend on the keyboard layout's shifted
+// symbols: the bracket keys are recognised from the platform's native virtual key (X11 keysym,
+// Windows virtual-key code, macOS key code), so that "[" and "]" work whatever modifier state Qt
+// folded into the Qt key. Every other key is the event's Qt key. Any thread.
 int GetKeyCode(int qtKey, unsigned nativeVirtualKey);
+int GetKeyCode(const QKeyEvent& event);
 
 } // namespace Quelto::Lumindra::Util

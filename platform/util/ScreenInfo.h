@@ -1,35 +1,18 @@
 #pragma once
 
-#include <QSizeF>
+#include "util/SpontaneousDialog.h"
+#include "util/StyleProvider.h"
+#include "util/UIDefaultValue.h"
 
 class QWidget;
 
 namespace Quelto::Lumindra {
 
-// Device pixel ratio of the screen that shows the widget (1.0 without one).
+// Device pixel ratios, for sizing pixmaps in device pixels. UI thread.
+// The ratio of the screen that shows the widget; a null widget gives the main window's ratio.
 double GetWidgetScreenPixelRatio(const QWidget* widget);
-// Device pixel ratio of the screen of the application's main window (or the primary screen).
+// The ratio of the screen of the application's main window, else of the primary screen; 1.0
+// without a QGuiApplication or a screen.
 double GetMainWindowScreenPixelRatio();
-
-// Finds the application's main window: the one registered with SetMainWindow, else the first
-// top-level QMainWindow, else the active window.
-class SpontaneousDialog {
-public:
-    static QWidget* GetMainWindow();
-    static void SetMainWindow(QWidget* window);
-};
-
-// Sizes and options of the application's style.
-class StyleProvider {
-public:
-    // Size of a session preview on the start page, in logical pixels.
-    static QSizeF StartPagePreviewSize();
-};
-
-namespace UIDefaultValue::ZValue {
-// Stacking order of scene content: the picture at Default, tool items above it.
-inline constexpr double Default = 0.0;
-inline constexpr double ToolItems = 10.0;
-} // namespace UIDefaultValue::ZValue
 
 } // namespace Quelto::Lumindra
