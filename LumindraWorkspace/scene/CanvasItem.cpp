@@ -1,0 +1,238 @@
+#include "LumindraWorkspace/scene/CanvasItem.h"
+
+#include <algorithm>
+
+#include <QGraphicsScene>
+#include <QGraphicsView>
+#include <QPainter>
+
+#include <glog/logging.h>
+
+#include "LumindraWorkspace/IWorkspaceController.h"
+#include "proc/EffectSettings.h"
+#include "util/HostObjectsConnectorID.h"
+#include "util/ObjectsConnector.h"
+#include "util/ScreenInfo.h"
+
+namespace Quelto::Lumindra {
+
+namespace {
+
+// Zoom factors this close to 1 count as 100 %: the full pixmap is drawn as it is.
+constexpr double kUnitScaleLow = 0.99999;
+constexpr double kUnitScaleHigh = 1.00001;
+
+// Values of the resizer settings that the canvas asks for: scale to the target exactly.
+constexpr int kResizerCustomModeExact = 1;
+constexpr int kResizerModeLanczos3 = 2;
+
+// The event fields that the canvas's own slots put into a synthesized frame event; the
+// canvas ignores them, the core reads the last as the frame reason.
+constexpr int kCurrentFrameIndex = -1;
+constexpr int kReasonReset = 6;
+constexpr int kReasonEdit = 0;
+
+boost::intrusive_ptr<Proc::IOneInputEffectVideo> CreateResizer()
+{
+    boost::intrusive_ptr<Proc::IEffect> effect =
+        Proc::GetEffectFactory().Create(Proc::SettingsResizer::CLASS_ID, Proc::ImplNames::DEFAULT);
+    boost::intrusive_ptr<Proc::IOneInputEffectVideo> resizer(dynamic_cast<Proc::IOneInputEffectVideo*>(effect.get()));
+    if (!resizer)
+        LOG(WARNING) << "No resizer effect available: the canvas draws with Qt's own scaling";
+    return resizer;
+}
+
+// Equality of scene-rectangle values; a plain qFuzzyCompare fails near 0.
+bool FuzzyEqual(double a, double b)
+{
+    return qFuzzyCompare(1.0 + a, 1.0 + b);
+}
+
+bool FuzzyEqual(const QRectF& a, const QRectF& b)
+{
+    return FuzzyEqual(a.x(), b.x()) && FuzzyEqual(a.y(), b.y()) && FuzzyEqual(a.width(), b.width()) &&
+           FuzzyEqual(a.height(), b.height());
+}
+
+} // namespace
+
+CanvasItem::CanvasItem(const Util::ImageUtils& imageUtils, const boost::intrusive_ptr<Proc::IDataVideo>& frame,
+                       QObject* parent)
+    : QObject(parent)
+    , QGraphicsPixmapItem(QPixmap(), nullptr)
+    , imageUtils_(imageUtils)
+    , resizer_(CreateResizer())
+{
+    setTransformationMode(Qt::SmoothTransformation);
+    SetFrame(frame);
+}
+
+CanvasItem::CanvasItem(const Util::ImageUtils& imageUtils, IWorkspaceController* controller, QObject* parent)
+    : QObject(parent)
+    , QGraphicsPixmapItem(QPixmap(), nullptr)
+    , imageUtils_(imageUtils)
+    , workspaceController_(controller)
+    , drawer_(controller ? controller->GetLumindraDrawer() : nullptr)
+    , resizer_(CreateResizer())
+{
+    setZValue(UIDefaultValue::ZValue::Default);
+    setTransformationMode(Qt::SmoothTransformation);
+    Util::ObjectsConnector::registerReceiver(LumindraInt::IObjectsConnectorID::RESET_FRAME, this,
+                                             QStringLiteral("1ResetFrame()"), 0);
+    Util::ObjectsConnector::registerReceiver(LumindraInt::IObjectsConnectorID::SHOW_IMAGE_WITH_MASK, this,
+                                             QStringLiteral("1OnShowVideoWithMaskChanged(bool, bool)"), 0);
+    if (workspaceController_)
+        workspaceController_->RegisterDrawerEventHandler(this);
+    if (drawer_)
+        SetFrame(drawer_->GetVideoWithMask());
+}
+
+CanvasItem::~CanvasItem()
+{
+    if (workspaceController_)
+        workspaceController_->UnregisterDrawerEventHandler(this);
+    frameView_.reset();
+    resizer_.reset();
+    frame_.reset();
+    drawer_.reset();
+}
+
+void CanvasItem::SetSceneRect(QGraphicsScene* scene, const Conf::FrameInfo& info)
+{
+    scene->setSceneRect(0, 0, info.width, info.height);
+}
+
+void CanvasItem::Update()
+{
+    if (!drawer_)
+        return;
+    SetFrame(showVideoWithMask_ ? drawer_->GetVideoWithMask() : drawer_->GetVideo());
+}
+
+void CanvasItem::HandleFrameInternal(const PhotoCore::IDrawerEventHandler::DrawerEventFrame&)
+{
+    Update();
+}
+
+void CanvasItem::HandleFrameTemporaryInternal(const PhotoCore::IDrawerEventHandler::DrawerEventFrameTemporary& event)
+{
+    SetFrame(event.frame);
+}
+
+void CanvasItem::ResetFrame()
+{
+    HandleFrameInternal(
+        PhotoCore::IDrawerEventHandler::DrawerEventFrame(std::string(), std::string(), kCurrentFrameIndex, kReasonReset));
+}
+
+void CanvasItem::OnShowVideoWithMaskChanged(bool showVideoWithMask, bool force)
+{
+    if (showVideoWithMask == showVideoWithMask_)
+        return;
+    showVideoWithMask_ = showVideoWithMask;
+    if (force) {
+        HandleFrameInternal(
+            PhotoCore::IDrawerEventHandler::DrawerEventFrame(std::string(), std::string(), kCurrentFrameIndex, kReasonEdit));
+    }
+}
+
+void CanvasItem::SetFrame(const boost::intrusive_ptr<Proc::IDataVideo>& frame)
+{
+    if (!frame)
+        return;
+    prepareGeometryChange();
+    setPixmap(QPixmap());
+    frame_ = frame;
+    pixmapView_ = QPixmap();
+    frameView_.reset();
+
+    const int format = frame_->GetPixFmt();
+    if (format != lastFrameFormat_) {
+        lastFrameFormat_ = format;
+        if (resizer_)
+            resizer_->Reset();
+    }
+
+    setPixmap(imageUtils_.FrameToPixmap(frame_));
+
+    if (!adaptSceneToFrameChange_ || !scene() || !isVisible())
+        return;
+    const Conf::FrameInfo& info = frame_->GetFrameInfo();
+    const QRectF wanted(0, 0, info.width, info.height);
+    QGraphicsScene* owner = scene();
+    if (FuzzyEqual(owner->sceneRect(), wanted))
+        return;
+    // Without a view there is nothing to centre, and the rectangle is left for the view's
+    // owner to set when it attaches one.
+    const QList<QGraphicsView*> views = owner->views();
+    if (views.isEmpty())
+        return;
+    owner->setSceneRect(wanted);
+    views.first()->centerOn(this);
+}
+
+const QPixmap& CanvasItem::ScaledPixmap(const Conf::FrameInfo& target, double ratio)
+{
+    if (frameView_ && pixmapView_.width() == target.width && pixmapView_.height() == target.height)
+        return pixmapView_;
+
+    frameView_ = frame_;
+    Proc::SettingsResizer settings;
+    settings.SetCustomMode(kResizerCustomModeExact, target);
+    settings.useLevels = true;
+    settings.keepAspect = true;
+    settings.mode = kResizerModeLanczos3;
+    try {
+        resizer_->SetSettings(settings);
+        if (!resizer_->Process(frameView_))
+            frameView_.reset();
+    } catch (const std::exception& e) {
+        LOG(WARNING) << "Resizing the frame for display failed: " << e.what();
+        frameView_.reset();
+    }
+    pixmapView_ = frameView_ ? imageUtils_.FrameToPixmap(frameView_) : QPixmap();
+    pixmapView_.setDevicePixelRatio(ratio);
+    return pixmapView_;
+}
+
+void CanvasItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget)
+{
+    const double scale = painter->transform().m11();
+    QGraphicsScene* owner = scene();
+    if ((scale >= kUnitScaleLow && scale <= kUnitScaleHigh) || !frame_ || !owner || !resizer_ ||
+        owner->views().isEmpty()) {
+        QGraphicsPixmapItem::paint(painter, option, widget);
+        return;
+    }
+
+    QGraphicsView* view = owner->views().first();
+    const Conf::FrameInfo& info = frame_->GetFrameInfo();
+    const QPoint topLeft = view->mapFromScene(QPointF(0, 0));
+    const QPoint bottomRight = view->mapFromScene(QPointF(info.width, info.height));
+    const int dx = bottomRight.x() - topLeft.x();
+    const int dy = bottomRight.y() - topLeft.y();
+
+    const double ratio = widget ? GetWidgetScreenPixelRatio(widget) : GetMainWindowScreenPixelRatio();
+    const int targetWidth = qRound(dx * ratio);
+    const int targetHeight = qRound(dy * ratio);
+
+    // Zoomed in on a picture that overflows the viewport both ways: Qt's scaling of the visible
+    // part is cheaper than scaling the whole frame up.
+    const QWidget* viewport = view->viewport();
+    if (scale >= 1.0 && targetWidth > viewport->width() && targetHeight > viewport->height()) {
+        QGraphicsPixmapItem::paint(painter, option, widget);
+        return;
+    }
+
+    Conf::FrameInfo target = info;
+    target.width = std::max(targetWidth, 1);
+    target.height = std::max(targetHeight, 1);
+    const QPixmap& scaled = ScaledPixmap(target, ratio);
+
+    const QTransform saved = painter->transform();
+    painter->setTransform(QTransform::fromTranslate(saved.dx(), saved.dy()), false);
+    painter->drawPixmap(QPointF(0, 0), scaled);
+    painter->setTransform(saved);
+}
+
+} // namespace Quelto::Lumindra

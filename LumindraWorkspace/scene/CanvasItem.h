@@ -1,0 +1,93 @@
+#pragma once
+
+#include <QGraphicsPixmapItem>
+#include <QObject>
+#include <QPixmap>
+
+#include <boost/intrusive_ptr.hpp>
+
+#include "LumindraWorkspace/WorkspaceExport.h"
+#include "LumindraWorkspace/scene/DrawerEventHandlerUI.h"
+#include "photocore/IPhotoCoreDrawer.h"
+#include "proc/FrameInfo.h"
+#include "proc/IDataVideo.h"
+#include "proc/IEffect.h"
+#include "util/ImageUtils.h"
+
+class QGraphicsScene;
+
+namespace Quelto::Lumindra {
+
+class IWorkspaceController;
+
+// The graphics item that shows the open document's picture: the editing core's latest frame.
+//
+// The displayed pixmap is the full-resolution frame. At any zoom other than 100 % (and unless
+// the view is zoomed in on a picture that overflows the viewport both ways) paint() draws
+// instead a copy that the core's resizer scaled to exactly the on-screen size in device
+// pixels, drawn 1:1; that copy is cached and rebuilt only when the on-screen size or the frame
+// changes. A null frame is never shown: the previous picture stays.
+//
+// Threads: everything runs on the UI thread. The core's threads reach the item only through
+// the DrawerEventHandlerUI part, which copies each drawer event and re-issues it here.
+class LUMINDRA_WORKSPACE_EXPORT CanvasItem : public QObject, public QGraphicsPixmapItem, public DrawerEventHandlerUI {
+    Q_OBJECT
+public:
+    // Shows one fixed frame and belongs to no document (previews): no drawer events, no
+    // objects-connector receivers, no z-value.
+    CanvasItem(const Util::ImageUtils& imageUtils, const boost::intrusive_ptr<Proc::IDataVideo>& frame,
+               QObject* parent);
+    // The document's canvas: follows the controller's drawer (drawer events and the
+    // RESET_FRAME / SHOW_IMAGE_WITH_MASK messages) from construction to destruction.
+    CanvasItem(const Util::ImageUtils& imageUtils, IWorkspaceController* controller, QObject* parent);
+    ~CanvasItem() override;
+
+    const boost::intrusive_ptr<Proc::IDataVideo>& GetFrame() const { return frame_; }
+    const boost::intrusive_ptr<Proc::IDataVideo>& GetFrameView() const { return frameView_; }
+    const QPixmap& GetPixmapView() const { return pixmapView_; }
+    const boost::intrusive_ptr<Proc::IOneInputEffectVideo>& GetResizer() const { return resizer_; }
+    // Lets the owner swap the scaling effect (for example one that counts or logs its work).
+    boost::intrusive_ptr<Proc::IOneInputEffectVideo>& GetResizer() { return resizer_; }
+    const Util::ImageUtils& GetImageUtils() const { return imageUtils_; }
+    IWorkspaceController* GetWorkspaceController() const { return workspaceController_; }
+
+    // Only stores the pointer: no re-registration, no new drawer.
+    void SetWorkspaceController(IWorkspaceController* controller) { workspaceController_ = controller; }
+    // Tools that size the scene themselves switch the adaptation off.
+    void SetAdaptSceneToFrameChange(bool adapt) { adaptSceneToFrameChange_ = adapt; }
+
+    static void SetSceneRect(QGraphicsScene* scene, const Conf::FrameInfo& info);
+
+    // Shows the drawer's current frame (with or without the mask overlay, as set).
+    void Update();
+
+    void paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget) override;
+
+protected:
+    void HandleFrameInternal(const PhotoCore::IDrawerEventHandler::DrawerEventFrame& event) override;
+    void HandleFrameTemporaryInternal(const PhotoCore::IDrawerEventHandler::DrawerEventFrameTemporary& event) override;
+
+    // The cached copy of the frame scaled to `target` with device pixel ratio `ratio`; rebuilt
+    // only when the cache is empty or of another size. Null when the resizer failed.
+    const QPixmap& ScaledPixmap(const Conf::FrameInfo& target, double ratio);
+
+private Q_SLOTS:
+    void ResetFrame();
+    void OnShowVideoWithMaskChanged(bool showVideoWithMask, bool force);
+
+private:
+    void SetFrame(const boost::intrusive_ptr<Proc::IDataVideo>& frame);
+
+    const Util::ImageUtils& imageUtils_;
+    IWorkspaceController* workspaceController_ = nullptr; // not owned
+    boost::intrusive_ptr<PhotoCore::IPhotoCoreDrawer> drawer_;
+    boost::intrusive_ptr<Proc::IDataVideo> frame_; // the full-resolution frame shown
+    bool showVideoWithMask_ = true;
+    bool adaptSceneToFrameChange_ = true;
+    boost::intrusive_ptr<Proc::IOneInputEffectVideo> resizer_;
+    int lastFrameFormat_ = -1; // a change resets the resizer, so no state of another format is reused
+    boost::intrusive_ptr<Proc::IDataVideo> frameView_; // frame_ scaled to the on-screen size
+    QPixmap pixmapView_;                               // frameView_ as a pixmap, device pixel ratio set
+};
+
+} // namespace Quelto::Lumindra
