@@ -126,7 +126,12 @@ bool SetFileDateTimeCreate(const std::string& utf8Path, const std::string& dateT
         LOG(WARNING) << "Date \"" << ToUtf8(text) << "\" for " << utf8Path << " is not a YYYY:MM:DD HH:MM:SS date";
         return false;
     }
+    if (!QFileInfo(path).isFile()) {
+        LOG(WARNING) << "Cannot set the date of " << utf8Path << ": no such file";
+        return false;
+    }
     QFile file(path);
+    // Append never truncates, for a file that may be written but not read.
     if (!file.open(QIODevice::ReadOnly) && !file.open(QIODevice::WriteOnly | QIODevice::Append)) {
         LOG(WARNING) << "Cannot set the date of " << utf8Path << ": " << ToUtf8(file.errorString());
         return false;

@@ -2,10 +2,16 @@
 
 #include <algorithm>
 #include <cmath>
+#include <mutex>
 
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
+#include <QThread>
 
+#include <glog/logging.h>
 #include <gtest/gtest.h>
 
 namespace Quelto::Lumindra::Test {
@@ -130,6 +136,120 @@ QImage MakeTestImage(int width, int height)
         }
     }
     return image;
+}
+
+bool WaitUntil(const std::function<bool()>& done, int timeoutMs)
+{
+    // Short slices keep the loop responsive to both posted events and other threads' progress.
+    constexpr int kSliceMs = 5;
+    const QDeadlineTimer deadline(timeoutMs);
+    while (!done()) {
+        if (deadline.hasExpired())
+            return done();
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents(QEventLoop::AllEvents, kSliceMs);
+        QThread::yieldCurrentThread();
+    }
+    return true;
+}
+
+ScopedEnv::ScopedEnv(const char* name, const QByteArray& value)
+    : name_(name), old_(qgetenv(name)), hadOld_(qEnvironmentVariableIsSet(name))
+{
+    qputenv(name, value);
+}
+
+ScopedEnv::ScopedEnv(const char* name, std::nullptr_t)
+    : name_(name), old_(qgetenv(name)), hadOld_(qEnvironmentVariableIsSet(name))
+{
+    qunsetenv(name);
+}
+
+ScopedEnv::~ScopedEnv()
+{
+    if (hadOld_)
+        qputenv(name_.constData(), old_);
+    else
+        qunsetenv(name_.constData());
+}
+
+ScopedAlertAnswer::ScopedAlertAnswer(QDialogButtonBox::StandardButton answer)
+    : previous_(LumindraAlertBox::GetTestHook())
+{
+    LumindraAlertBox::SetTestHook([this, answer](LumindraAlertBox& box) {
+        texts_ << box.GetText();
+        levels_.push_back(box.GetLevel());
+        return answer;
+    });
+}
+
+ScopedAlertAnswer::~ScopedAlertAnswer()
+{
+    LumindraAlertBox::SetTestHook(previous_);
+}
+
+class LogCapture::Sink : public google::LogSink {
+public:
+    void send(google::LogSeverity severity, const char*, const char*, int, const google::LogMessageTime&,
+              const char* message, size_t length) override
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        messages_.emplace_back(message, length);
+        if (severity >= google::GLOG_WARNING)
+            ++problems_;
+    }
+
+    std::vector<std::string> Messages() const
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return messages_;
+    }
+
+    int Problems() const
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return problems_;
+    }
+
+private:
+    mutable std::mutex mutex_; // guards messages_ and problems_
+    std::vector<std::string> messages_;
+    int problems_ = 0;
+};
+
+LogCapture::LogCapture(int verboseLevel)
+    : sink_(std::make_unique<Sink>())
+{
+    if (verboseLevel >= 0) {
+        oldVerbose_ = FLAGS_v;
+        changedVerbose_ = true;
+        FLAGS_v = std::max(FLAGS_v, verboseLevel);
+    }
+    google::AddLogSink(sink_.get());
+}
+
+LogCapture::~LogCapture()
+{
+    google::RemoveLogSink(sink_.get());
+    if (changedVerbose_)
+        FLAGS_v = oldVerbose_;
+}
+
+std::vector<std::string> LogCapture::Messages() const
+{
+    return sink_->Messages();
+}
+
+int LogCapture::Count(const std::string& part) const
+{
+    const std::vector<std::string> all = Messages();
+    return int(std::count_if(all.begin(), all.end(),
+                             [&](const std::string& m) { return m.find(part) != std::string::npos; }));
+}
+
+int LogCapture::ProblemCount() const
+{
+    return sink_->Problems();
 }
 
 } // namespace Quelto::Lumindra::Test
