@@ -175,9 +175,10 @@ void WorkspaceScene::onSceneBgModeChanged(SceneBackgroundMode mode)
 
 QRectF WorkspaceScene::TopItemRect() const
 {
-    // The dashed outline sits above everything but is decoration, not content.
+    // The dashed outline sits above everything but is decoration, not content; hidden items
+    // show nothing to put a background under.
     for (const QGraphicsItem* item : items(Qt::DescendingOrder)) {
-        if (item != borderDashItem_)
+        if (item != borderDashItem_ && item->isVisible())
             return item->sceneBoundingRect();
     }
     return QRectF();
