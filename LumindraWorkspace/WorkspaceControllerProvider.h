@@ -189,6 +189,8 @@ public:
     PhotoCore::IStatisticsEventHandler* GetStatisticsEventHandler() const { return statistics_; }
 
     bool IsCoreCacheEnabled() const { return coreCacheEnabled_; }
+    // Whether the worker preloads (the setting and the host's flag are on, and it is not stopping).
+    bool IsPreloading() const { return running_.load(); }
     Cache& GetCache() { return *cache_; }
     const Cache& GetCache() const { return *cache_; }
     void SetCoreFactory(CoreFactory factory);

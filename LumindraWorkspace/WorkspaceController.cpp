@@ -1,0 +1,561 @@
+#include "LumindraWorkspace/WorkspaceController.h"
+
+#include <cmath>
+#include <exception>
+#include <memory>
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QColor>
+#include <QDir>
+#include <QFileInfo>
+#include <QGraphicsView>
+#include <QGuiApplication>
+#include <QPainter>
+#include <QTimer>
+
+#include <glog/logging.h>
+
+#include "LumindraWorkspace/WorkspaceControllerProvider.h"
+#include "LumindraWorkspace/scene/WorkspaceScene.h"
+#include "LumindraWorkspace/scene/WorkspaceScenePropertyHelper.h"
+#include "LumindraWorkspace/view/IScalableView.h"
+#include "core/PhotoCoreException.h"
+#include "core/TempFile.h"
+#include "photoutil/FormatHelper.h"
+#include "proc/EffectSettings.h"
+#include "proc/PixFmt.h"
+#include "util/AlertBox.h"
+#include "util/CursorGuard.h"
+#include "util/HostObjectsConnectorID.h"
+#include "util/ObjectsConnector.h"
+#include "util/Paths.h"
+#include "util/ScreenInfo.h"
+#include "util/Settings.h"
+
+namespace Quelto::Lumindra {
+
+using PhotoCore::IPhotoCoreIO;
+using PhotoCore::PhotoCorePtr;
+using Stats = PhotoCore::IStatisticsEventHandler;
+namespace Settings = Util::Settings;
+
+namespace {
+
+// Process-wide number of invented picture names; never reset, so no two pictures of one run
+// share a name.
+int g_inventedNameCounter = 0;
+
+// The working pixel formats handed to every core, in its order of preference: 16-bit RGBA
+// keeps the precision of deep sources, 8-bit BGRA is the display format, RGB the fallback.
+const std::vector<int> kWorkingFormats = {Proc::PIX_FMT_RGBA64, Proc::PIX_FMT_BGRA32, Proc::PIX_FMT_RGB24};
+
+bool IsShowLastSession()
+{
+    return Util::SettingsManager::Instance().Value(Settings::Name(Settings::SHOW_LAST_SESSION), true).toBool();
+}
+
+QString FromUtf8(const std::string& text)
+{
+    return QString::fromUtf8(text.data(), static_cast<int>(text.size()));
+}
+
+// Restores the application's override cursor on every way out of a scope.
+class OverrideCursorScope {
+public:
+    explicit OverrideCursorScope(Qt::CursorShape shape) { QGuiApplication::setOverrideCursor(QCursor(shape)); }
+    ~OverrideCursorScope() { QGuiApplication::restoreOverrideCursor(); }
+    OverrideCursorScope(const OverrideCursorScope&) = delete;
+    OverrideCursorScope& operator=(const OverrideCursorScope&) = delete;
+};
+
+} // namespace
+
+// ---------------------------------------------------------------------------------------------
+// Creation and destruction
+
+std::shared_ptr<IWorkspaceController> WorkspaceController::Create(WorkspaceControllerProvider& provider,
+                                                                  const ioPath& path, const std::string& key)
+{
+    PhotoCorePtr core = CreateCore(provider, path, key, QPixmap(), PhotoCore::ImageSourceFile, nullptr);
+    return Wrap(provider, core, QString());
+}
+
+std::shared_ptr<IWorkspaceController> WorkspaceController::Create(WorkspaceControllerProvider& provider,
+                                                                  const QPixmap& pixmap, PhotoCore::ImageSource source)
+{
+    QString inventedName;
+    PhotoCorePtr core = CreateCore(provider, ioPath(), std::string(), pixmap, source, &inventedName);
+    return Wrap(provider, core, inventedName);
+}
+
+PhotoCorePtr WorkspaceController::CreateCore(WorkspaceControllerProvider& provider, ioPath path,
+                                             const std::string& key, const QPixmap& pixmap,
+                                             PhotoCore::ImageSource source, QString* inventedName)
+{
+    VLOG(30) << "Starting to create new workspace controller";
+    CusrsorGuardBlank cursor(Qt::BusyCursor);
+
+    if (path.empty()) {
+        const QString folder = Util::GetDefaultSaveFolder(QString());
+        QString name;
+        do {
+            ++g_inventedNameCounter;
+            name = tr("Image_%1.%2")
+                       .arg(g_inventedNameCounter)
+                       .arg(pixmap.hasAlpha() ? QStringLiteral("png") : QStringLiteral("jpg"));
+        } while (QFileInfo::exists(folder + QDir::separator() + name));
+        path = ioPath(name.toStdString());
+        if (inventedName)
+            *inventedName = name;
+    } else {
+        const QString folder = QFileInfo(FromUtf8(path.utf8string())).absolutePath();
+        Util::SaveDirPath(QDir::fromNativeSeparators(folder).toStdString(), Settings::OPEN);
+    }
+
+    PhotoCorePtr core = provider.GetCore(path, key, pixmap, source);
+    core->SetColorspaceConverterSettings(Proc::SettingsColorspaceConverter(kWorkingFormats, true));
+
+    Util::SettingsManager& settings = Util::SettingsManager::Instance();
+    settings.SetValue(Settings::Name(Settings::SESSION, Settings::ID),
+                      FromUtf8(core->GetIOEngine().GetSessionId()));
+    settings.SetValue(Settings::Name(Settings::OPEN, Settings::FILE),
+                      QDir::fromNativeSeparators(FromUtf8(core->GetIOEngine().GetFilePath().utf8string())));
+    return core;
+}
+
+std::shared_ptr<IWorkspaceController> WorkspaceController::Wrap(WorkspaceControllerProvider& provider,
+                                                                const PhotoCorePtr& core, const QString& inventedName)
+{
+    if (!core)
+        throw PhotoCore::PhotoCoreException("The editing core of the image is missing");
+    std::shared_ptr<WorkspaceController> controller(
+        new WorkspaceController(provider.GetStatisticsEventHandler(), core));
+    if (!inventedName.isEmpty())
+        controller->inventedName_ = inventedName;
+    return controller;
+}
+
+WorkspaceController::WorkspaceController(PhotoCore::IStatisticsEventHandler* statistics, const PhotoCorePtr& core)
+    : QObject(nullptr),
+      core_(core),
+      propertyHelper_(std::make_unique<WorkspaceScenePropertyHelper>(nullptr)),
+      scene_(std::make_unique<WorkspaceScene>(imageUtils_, this, nullptr)),
+      statistics_(statistics),
+      metadata_(core->GetIOEngine().GetMetadataSettings()),
+      sessionTimer_(std::make_unique<QTimer>())
+{
+    if (statistics_) {
+        statistics_->OnControllerCreated();
+        Core::EventHandlerList<PhotoCore::IStatisticsEventHandler, Core::SyncExecutePolicy>::RegisterEventHandler(
+            statistics_);
+    }
+
+    PhotoCore::ICoreEventSource& events = core_->GetEventSource();
+    events.RegisterCoreEventHandler(static_cast<PhotoCore::ICoreEventHandler*>(this));
+    try {
+        events.RegisterDrawerEventHandler(static_cast<PhotoCore::IDrawerEventHandler*>(this));
+
+        connect(sessionTimer_.get(), &QTimer::timeout, this,
+                [this, checkTempFolder = true]() mutable { OnSessionTimer(checkTempFolder); });
+        sessionTimer_->start(kSessionIntervalMs);
+
+        connect(propertyHelper_.get(), &WorkspaceScenePropertyHelper::sceneColorSet, this,
+                &WorkspaceController::OnSceneColorSet);
+
+        Util::ObjectsConnector::registerEmitter(LumindraInt::IObjectsConnectorID::RENDERING_STARTED, this,
+                                                QStringLiteral("2renderingStarted(bool)"), 0);
+        Util::ObjectsConnector::registerReceiver(LumindraInt::IObjectsConnectorID::LOCALE_CHANGED, this,
+                                                 QStringLiteral("1OnLocaleChanged()"), 0);
+    } catch (...) {
+        events.UnregisterCoreEventHandler(static_cast<PhotoCore::ICoreEventHandler*>(this));
+        events.UnregisterDrawerEventHandler(static_cast<PhotoCore::IDrawerEventHandler*>(this));
+        throw;
+    }
+    VLOG(30) << "New workspace controller created";
+}
+
+WorkspaceController::~WorkspaceController()
+{
+    PhotoCore::ICoreEventSource& events = core_->GetEventSource();
+    events.UnregisterCoreEventHandler(static_cast<PhotoCore::ICoreEventHandler*>(this));
+    events.UnregisterDrawerEventHandler(static_cast<PhotoCore::IDrawerEventHandler*>(this));
+    VLOG(30) << "Workspace controller is dead";
+    // The members die in reverse order of declaration: timer, metadata, scene, property helper,
+    // and last the core's reference.
+}
+
+// ---------------------------------------------------------------------------------------------
+// Accessors
+
+IScalableView* WorkspaceController::GetView() const
+{
+    const QList<QGraphicsView*> views = scene_->views();
+    return views.isEmpty() ? nullptr : dynamic_cast<IScalableView*>(views.at(0));
+}
+
+IScene* WorkspaceController::GetScene() const
+{
+    return scene_.get();
+}
+
+boost::intrusive_ptr<PhotoCore::IPhotoCoreDrawer> WorkspaceController::GetLumindraDrawer()
+{
+    return boost::intrusive_ptr<PhotoCore::IPhotoCoreDrawer>(core_.get());
+}
+
+boost::intrusive_ptr<PhotoCore::IPhotoCoreUndoBase> WorkspaceController::GetUndoEngine()
+{
+    return boost::intrusive_ptr<PhotoCore::IPhotoCoreUndoBase>(core_.get());
+}
+
+boost::intrusive_ptr<PhotoUtil::ISerializer> WorkspaceController::GetSerializeEngine()
+{
+    return core_->GetSerializer();
+}
+
+void WorkspaceController::RegisterCoreEventHandler(PhotoCore::ICoreEventHandler* handler)
+{
+    PhotoCore::CoreEventForwarder::RegisterEventHandler(handler);
+}
+
+void WorkspaceController::UnregisterCoreEventHandler(PhotoCore::ICoreEventHandler* handler)
+{
+    PhotoCore::CoreEventForwarder::UnregisterEventHandler(handler);
+}
+
+void WorkspaceController::RegisterDrawerEventHandler(PhotoCore::IDrawerEventHandler* handler)
+{
+    PhotoCore::DrawerEventForwarder::RegisterEventHandler(handler);
+}
+
+void WorkspaceController::UnregisterDrawerEventHandler(PhotoCore::IDrawerEventHandler* handler)
+{
+    PhotoCore::DrawerEventForwarder::UnregisterEventHandler(handler);
+}
+
+QString WorkspaceController::GetFileName()
+{
+    const std::string& name = core_->GetFrameSettings(-1).GetGeneral().GetFileName();
+    return name.empty() ? inventedName_ : FromUtf8(name);
+}
+
+QString WorkspaceController::GetOriginalFileName()
+{
+    return FromUtf8(core_->GetIOEngine().GetFilePath().utf8string());
+}
+
+bool WorkspaceController::HasChanged() const
+{
+    return !core_->GetIOEngine().IsSaved();
+}
+
+void WorkspaceController::SetProgressController(const boost::intrusive_ptr<Core::IProgressController>& progress)
+{
+    core_->SetProgressController(progress);
+}
+
+void WorkspaceController::SetDragAndDrop(IDragAndDrop* dragAndDrop)
+{
+    scene_->SetDragAndDrop(dragAndDrop);
+}
+
+const Util::ImageUtils& WorkspaceController::GetImageUtils() const
+{
+    return imageUtils_;
+}
+
+const PhotoCore::SettingsCore& WorkspaceController::GetFrameInfo() const
+{
+    return core_->GetFrameSettings(-1);
+}
+
+Core::Property WorkspaceController::GetFileInfo()
+{
+    return core_->GetIOEngine().GetMetadataSettings().GetFileInfo();
+}
+
+PhotoCore::IStatisticsEventHandler* WorkspaceController::GetStatisticsEventHandler() const
+{
+    return statistics_;
+}
+
+PhotoCore::IDebug* WorkspaceController::GetDebugEngine() const
+{
+    return core_->GetDebugEngine();
+}
+
+const IPhotoCoreIO& WorkspaceController::GetIOEngine() const
+{
+    return core_->GetIOEngine();
+}
+
+IPhotoCoreIO& WorkspaceController::GetIOEngine()
+{
+    return core_->GetIOEngine();
+}
+
+const WorkspaceMetadata& WorkspaceController::GetMetadataSettings() const
+{
+    return metadata_;
+}
+
+WorkspaceMetadata& WorkspaceController::MetadataSettings()
+{
+    return metadata_;
+}
+
+PhotoCore::IPhotoCoreTracker& WorkspaceController::GetTrackerEngine()
+{
+    return core_->GetTrackerEngine();
+}
+
+void WorkspaceController::OnLocaleChanged()
+{
+    core_->SetLanguage(Util::LookAndFeelManager::Instance().GetLanguage().toStdString());
+}
+
+void WorkspaceController::OnSceneColorSet()
+{
+    const QString name = propertyHelper_->getSceneColor();
+    if (name.isEmpty())
+        return;
+    QColor color;
+    color.setNamedColor(name);
+    scene_->SetBackgroungColor(color);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Saving
+
+IPhotoCoreIO::SaveResult WorkspaceController::Save(const SaveSettings& settings)
+{
+    PhotoCore::SettingsSave save = core_->GetIOEngine().GetSaveSettings();
+    save.SetForceSuffix(false);
+    save.SetFileName(settings.fileName.toStdString());
+    return Save(settings, save);
+}
+
+IPhotoCoreIO::SaveResult WorkspaceController::Save(const SaveSettings& settings, PhotoCore::SettingsSave& save)
+{
+    OverrideCursorScope cursor(Qt::BusyCursor);
+
+    const std::string extension = QFileInfo(FromUtf8(save.GetFileName())).suffix().toStdString();
+    const auto description = PhotoUtil::FormatHelper::GetFormatDescriptionForExtension(extension, true);
+
+    const auto report = [&](IPhotoCoreIO::SaveResult result) {
+        SaveSettings::StatisticsSettings statistics = settings.statistics;
+        statistics.result = result;
+        statistics.codec = description.second.codecId;
+        statistics.extension = extension;
+        const QFileInfo written(FromUtf8(save.GetFileName()));
+        if (written.exists())
+            statistics.fileSize = written.size();
+        SendSaveStatistics(statistics);
+    };
+
+    if (!description.second.supportsTransparency) {
+        try {
+            const PhotoCore::IPhotoCoreDrawer::AlphaInfo alpha = core_->GetAlphaInfo();
+            if (alpha.hasAlpha && alpha.alpha < 255) {
+                LumindraAlertBox box(
+                    LumindraAlertBox::Information,
+                    tr("Your image will be saved with a white background, as %1 format does not support "
+                       "transparency. To retain transparent areas of the image, save the image to one of the "
+                       "following formats: %2.")
+                        .arg(description.first, PhotoUtil::FormatHelperQt::GetSupportsTransparencyFormats()),
+                    QDialogButtonBox::Ok | QDialogButtonBox::Cancel, QApplication::activeWindow(),
+                    Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
+                if (QAbstractButton* ok = box.GetButton(QDialogButtonBox::Ok))
+                    ok->setText(tr("Continue"));
+                StyleAlertBox(box);
+                // Only an explicit Continue flattens the picture; closing the box writes nothing.
+                if (box.Exec() != QDialogButtonBox::Ok) {
+                    report(IPhotoCoreIO::SaveResultCancelled);
+                    return IPhotoCoreIO::SaveResultCancelled;
+                }
+                Proc::SettingsColorspaceConverter flatten({Proc::PIX_FMT_RGB24, Proc::PIX_FMT_BGR24}, true);
+                flatten.SetPadColor(255, 255, 255);
+                core_->ApplyEffect(Proc::EffectSettingsImpl::Create(flatten));
+                // The edit is queued to the core's thread; the file must hold its result.
+                core_->WaitForIdle();
+            }
+        } catch (const std::exception& e) {
+            LOG(ERROR) << "Check format for transparency support failed" << ": " << e.what();
+        }
+    }
+
+    scene_->Update();
+    save.SetFileExt(extension);
+    save.SetCodecID(description.second.codecId);
+    metadata_.FillSaveSettings(save);
+
+    const IPhotoCoreIO::SaveResult result = core_->GetIOEngine().Save(save);
+    if (save.IsEncodeMode() && result == IPhotoCoreIO::SaveResultSuccess) {
+        const std::string taken = save.GetMetadataSettings().GetFileDateTime();
+        if (!taken.empty())
+            Util::SetFileDateTimeCreate(save.GetFileName(), taken);
+    }
+    report(result);
+    return result;
+}
+
+IPhotoCoreIO::SaveResult WorkspaceController::SaveOverwrite()
+{
+    const QString fileName = GetFileName();
+    const std::string suffix = QFileInfo(fileName).suffix().toStdString();
+    const auto description = PhotoUtil::FormatHelper::GetFormatDescriptionForExtension(suffix, false);
+    if (description.first.isEmpty() || description.second.noOverwrite)
+        return IPhotoCoreIO::SaveResultFormatRefused;
+    SaveSettings settings;
+    settings.fileName = fileName;
+    return Save(settings);
+}
+
+void WorkspaceController::SendSaveStatistics(const SaveSettings::StatisticsSettings& statistics)
+{
+    Stats::Parameters parameters;
+    const QString opened =
+        Util::SettingsManager::Instance().Value(Settings::Name(Settings::OPEN, Settings::FILE)).toString();
+    parameters[Stats::KEY_INPUT_FORMAT] =
+        PhotoUtil::FormatHelper::GetFormatNameForExtension(QFileInfo(opened).suffix().toStdString());
+
+    const PhotoCore::SettingsCore& frame = core_->GetFrameSettings(-1);
+    parameters[Stats::KEY_RESOLUTION] = std::to_string(std::lround(frame.GetPassThrough().GetResolution()));
+    parameters[Stats::KEY_SAVING_IMAGE_SAVING_TYPE] =
+        statistics.fromSaveWindow != 0 ? Stats::VAL_SAVING_IMAGE_SAVING_TYPE_WINDOW : Stats::VAL_TYPE_OTHER;
+    parameters[Stats::KEY_RESULT] = statistics.result == IPhotoCoreIO::SaveResultSuccess ? Stats::VAL_RESULT_SUCCESS
+                                    : statistics.result == IPhotoCoreIO::SaveResultCancelled ? Stats::VAL_RESULT_CANCEL
+                                                                                             : Stats::VAL_RESULT_FAILURE;
+    if (statistics.fileSize != 0)
+        parameters[Stats::KEY_SIZE] = std::to_string(std::llround(static_cast<double>(statistics.fileSize) / 1024.0));
+    if (!statistics.codec.empty() || !statistics.extension.empty())
+        parameters[Stats::KEY_SAVING_IMAGE_OUTPUT_FORMAT] =
+            PhotoUtil::FormatHelper::GetFormatNameForExtension(statistics.extension);
+    parameters[Stats::KEY_WIDTH] = std::to_string(frame.GetFrameInfo().width);
+    parameters[Stats::KEY_HEIGHT] = std::to_string(frame.GetFrameInfo().height);
+
+    metadata_.UpdateStatisticsParameters(parameters);
+    core_->GetTrackerEngine().UpdateStatisticsParameters(parameters);
+    Core::EventHandlerList<PhotoCore::IStatisticsEventHandler, Core::SyncExecutePolicy>::PublishEvent(
+        &PhotoCore::IStatisticsEventHandler::HandleStatisticsEvent, std::string(Stats::NAME_SAVING_IMAGE), parameters);
+}
+
+void WorkspaceController::SaveSelection(const std::string& key, const Proc::DataVideoPtr& data)
+{
+    core_->GetIOEngine().StoreSelection(ioPath(key), data);
+}
+
+Proc::DataVideoPtr WorkspaceController::LoadSelection(const std::string& key, bool useOnly)
+{
+    if (!useOnly)
+        return core_->GetIOEngine().LoadSelection(ioPath(key));
+    core_->GetIOEngine().ReleaseSelection(ioPath(key));
+    return nullptr;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Session and preview
+
+void WorkspaceController::SaveSession()
+{
+    DoPreview();
+    core_->GetIOEngine().SaveSession();
+}
+
+void WorkspaceController::OnSessionTimer(bool& checkTempFolder)
+{
+    if (IsShowLastSession()) {
+        VLOG(30) << "Saving session started by timer";
+        DoPreview();
+        try {
+            core_->GetIOEngine().SaveSession();
+        } catch (const std::exception& e) {
+            // A timer tick has no caller to report to; the next tick tries again.
+            LOG(ERROR) << "Cannot save session: " << e.what();
+        }
+        VLOG(30) << "Saving session started by timer done";
+    }
+    if (!checkTempFolder)
+        return;
+    try {
+        Util::CheckTempDirPath();
+    } catch (const PhotoCore::PhotoCoreException& e) {
+        checkTempFolder = false;
+        PhotoCore::CoreEventForwarder::PublishEvent(
+            &PhotoCore::ICoreEventHandler::HandleThrow,
+            PhotoCore::ICoreEventHandler::ThrowEvent(std::make_shared<PhotoCore::PhotoCoreException>(e)));
+    }
+}
+
+QSizeF WorkspaceController::GetPreviewSize()
+{
+    return StyleProvider::StartPagePreviewSize() * GetMainWindowScreenPixelRatio();
+}
+
+QImage WorkspaceController::MakePreview(const QImage& snapshot, const QSizeF& target)
+{
+    if (snapshot.isNull() || target.isEmpty())
+        return QImage();
+    const double rh = snapshot.height() / target.height();
+    const double rw = snapshot.width() / target.width();
+    const double divisor = rw > rh ? rh : rw;
+    const int width = static_cast<int>(std::lround(snapshot.width() / divisor));
+    const int height = static_cast<int>(std::lround(snapshot.height() / divisor));
+    const QImage scaled = width == snapshot.width() && height == snapshot.height()
+                              ? snapshot
+                              : snapshot.scaled(width, height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    const QRect centre(static_cast<int>((width - target.width()) / 2), static_cast<int>((height - target.height()) / 2),
+                       static_cast<int>(target.width()), static_cast<int>(target.height()));
+    return scaled.copy(centre);
+}
+
+void WorkspaceController::DoPreview()
+{
+    if (!IsShowLastSession())
+        return;
+    VLOG(30) << "Trying to prepare current session preview";
+    try {
+        const QImage preview = MakePreview(GetSnapshot(), GetPreviewSize());
+        VLOG(30) << "Trying to save current session preview";
+        const QString folder = FromUtf8(core_->GetIOEngine().GetSessionFolder().utf8string());
+        QDir dir(folder);
+        if (!dir.exists() && !dir.mkpath(QStringLiteral(".")))
+            VLOG(10) << "Cannot create folder " << folder.toStdString();
+        const QString path = dir.filePath(PREVIEW_NAME);
+        if (preview.save(path, nullptr, -1))
+            VLOG(30) << "Preview saved to \"" << path.toStdString() << "\"";
+        else
+            LOG(WARNING) << "Cannot save preview to \"" << path.toStdString() << "\"";
+    } catch (const std::exception& e) {
+        LOG(WARNING) << "Cannot save session preview" << ": " << e.what();
+    }
+}
+
+QImage WorkspaceController::GetSnapshot()
+{
+    Q_EMIT renderingStarted(true);
+    QImage image;
+    try {
+        const QRectF sceneRect = scene_->sceneRect();
+        image = QImage(sceneRect.size().toSize(), QImage::Format_ARGB32);
+        if (!image.isNull()) {
+            image.fill(QColor(QLatin1String(kSnapshotBackground)));
+            QPainter painter(&image);
+            scene_->render(&painter, QRectF(), sceneRect, Qt::KeepAspectRatio);
+        }
+    } catch (...) {
+        Q_EMIT renderingStarted(false);
+        throw;
+    }
+    Q_EMIT renderingStarted(false);
+    return image;
+}
+
+ioPath WorkspaceController::GenerateTemporaryFilePath()
+{
+    const QString base = QFileInfo(FromUtf8(Core::GenerateTempFileName())).baseName();
+    return core_->GetIOEngine().GetSessionFolder() / base.toStdString();
+}
+
+} // namespace Quelto::Lumindra
