@@ -6,6 +6,7 @@
 #include <new>
 
 #include "core/Exception.h"
+#include "proc/ParallelBands.h"
 
 namespace Quelto::Lumindra::Proc {
 
@@ -24,23 +25,58 @@ int AlignedStride(int width, int pixFmt)
     return static_cast<int>(aligned);
 }
 
-template <class T>
-void HalveRows(const IDataVideo& src, IDataVideo& dst, int channels)
+// Output rows per band below which halving stays on one thread.
+constexpr int kMinRowsPerBand = 64;
+
+// Plain 2x2 average, exactly rounded. The last column and row of an odd size pair with
+// themselves.
+template <class T, int C>
+void HalveRows(const IDataVideo& src, IDataVideo& dst, int rowBegin, int rowEnd)
 {
     const int sw = src.GetFrameInfo().width, sh = src.GetFrameInfo().height;
-    const int dw = dst.GetFrameInfo().width, dh = dst.GetFrameInfo().height;
-    for (int y = 0; y < dh; ++y) {
+    const int dw = dst.GetFrameInfo().width;
+    const int pairs = sw / 2; // output pixels with two source columns
+    for (int y = rowBegin; y < rowEnd; ++y) {
+        const int y0 = 2 * y, y1 = std::min(2 * y + 1, sh - 1);
+        const T* r0 = reinterpret_cast<const T*>(src.GetData() + std::size_t(y0) * src.GetStride());
+        const T* r1 = reinterpret_cast<const T*>(src.GetData() + std::size_t(y1) * src.GetStride());
+        T* out = reinterpret_cast<T*>(dst.GetMutableData() + std::size_t(y) * dst.GetStride());
+        for (int i = 0; i < pairs * C; ++i) {
+            const int x = i / C, c = i % C;
+            const unsigned sum = unsigned(r0[2 * C * x + c]) + r0[2 * C * x + C + c] + r1[2 * C * x + c] + r1[2 * C * x + C + c];
+            out[i] = T((sum + 2) / 4);
+        }
+        if (pairs < dw) {
+            for (int c = 0; c < C; ++c)
+                out[pairs * C + c] = T((unsigned(r0[2 * C * pairs + c]) + r1[2 * C * pairs + c] + 1) / 2);
+        }
+    }
+}
+
+// 2x2 average of straight-alpha pixels (alpha last), weighting each colour by its alpha so
+// that transparent pixels do not darken or tint their neighbours.
+template <class T>
+void HalveRowsWithAlpha(const IDataVideo& src, IDataVideo& dst, int rowBegin, int rowEnd)
+{
+    const int sw = src.GetFrameInfo().width, sh = src.GetFrameInfo().height;
+    const int dw = dst.GetFrameInfo().width;
+    for (int y = rowBegin; y < rowEnd; ++y) {
         const int y0 = 2 * y, y1 = std::min(2 * y + 1, sh - 1);
         const T* r0 = reinterpret_cast<const T*>(src.GetData() + std::size_t(y0) * src.GetStride());
         const T* r1 = reinterpret_cast<const T*>(src.GetData() + std::size_t(y1) * src.GetStride());
         T* out = reinterpret_cast<T*>(dst.GetMutableData() + std::size_t(y) * dst.GetStride());
         for (int x = 0; x < dw; ++x) {
             const int x0 = 2 * x, x1 = std::min(2 * x + 1, sw - 1);
-            for (int c = 0; c < channels; ++c) {
-                const unsigned sum = unsigned(r0[x0 * channels + c]) + r0[x1 * channels + c] + r1[x0 * channels + c]
-                    + r1[x1 * channels + c];
-                out[x * channels + c] = T((sum + 2) / 4);
+            const T* p[4] = {r0 + 4 * x0, r0 + 4 * x1, r1 + 4 * x0, r1 + 4 * x1};
+            std::uint64_t alpha = 0, colour[3] = {0, 0, 0};
+            for (const T* q : p) {
+                alpha += q[3];
+                for (int c = 0; c < 3; ++c)
+                    colour[c] += std::uint64_t(q[c]) * q[3];
             }
+            for (int c = 0; c < 3; ++c)
+                out[4 * x + c] = alpha ? T((colour[c] + alpha / 2) / alpha) : T(0);
+            out[4 * x + 3] = T((alpha + 2) / 4);
         }
     }
 }
@@ -93,15 +129,21 @@ boost::intrusive_ptr<const IDataVideo> DataVideo::GetLevel(int index) const
 
 void DataVideo::BuildLevels(int minSide)
 {
-    std::lock_guard<std::mutex> lock(levelsMutex_);
-    if (!levels_.empty())
-        return;
+    // Built outside levelsMutex_, so that readers (the UI thread resizing for display) are
+    // never held up by a build; buildMutex_ makes a second builder wait for the first.
+    std::lock_guard<std::mutex> build(buildMutex_);
+    {
+        std::lock_guard<std::mutex> lock(levelsMutex_);
+        if (!levels_.empty())
+            return;
+    }
     const IDataVideo* current = this;
     std::vector<boost::intrusive_ptr<IDataVideo>> built;
     while (std::min(current->GetFrameInfo().width, current->GetFrameInfo().height) / 2 >= std::max(1, minSide)) {
         built.push_back(HalveDataVideo(*current));
         current = built.back().get();
     }
+    std::lock_guard<std::mutex> lock(levelsMutex_);
     levels_ = std::move(built);
 }
 
@@ -121,12 +163,22 @@ DataVideoPtr HalveDataVideo(const IDataVideo& source)
     Conf::FrameInfo out = in;
     out.width = std::max(1, (in.width + 1) / 2);
     out.height = std::max(1, (in.height + 1) / 2);
-    DataVideoPtr result(new DataVideo(out, source.GetPixFmt()));
-    const int fmt = source.GetPixFmt();
-    if (fmt == PIX_FMT_RGBA64)
-        HalveRows<std::uint16_t>(source, *result, 4);
-    else
-        HalveRows<std::uint8_t>(source, *result, BytesPerPixel(fmt));
+    DataVideoPtr result = CreateDataVideo(out, source.GetPixFmt());
+    using Halver = void (*)(const IDataVideo&, IDataVideo&, int, int);
+    Halver halve = nullptr;
+    switch (source.GetPixFmt()) {
+    case PIX_FMT_RGBA64:
+        halve = source.IsOpaque() ? &HalveRows<std::uint16_t, 4> : &HalveRowsWithAlpha<std::uint16_t>;
+        break;
+    case PIX_FMT_BGRA32:
+        halve = source.IsOpaque() ? &HalveRows<std::uint8_t, 4> : &HalveRowsWithAlpha<std::uint8_t>;
+        break;
+    default:
+        halve = &HalveRows<std::uint8_t, 3>;
+        break;
+    }
+    IDataVideo& target = *result;
+    RunInBands(out.height, kMinRowsPerBand, [&](int begin, int end) { halve(source, target, begin, end); });
     result->SetOpaque(source.IsOpaque());
     return result;
 }

@@ -9,7 +9,8 @@
 namespace Quelto::Lumindra::Proc {
 
 // The frame implementation: an owned aligned buffer or wrapped foreign memory, plus the
-// reduced levels, which are built lazily under levelsMutex_ and never change once built.
+// reduced levels, which are built once (on whichever thread asks first) and never change
+// once published.
 class DataVideo : public Core::RefCounted, public IDataVideo {
 public:
     DataVideo(const Conf::FrameInfo& info, int pixFmt);
@@ -41,11 +42,13 @@ private:
     std::shared_ptr<void> keepAlive_;
     bool opaque_ = false;
 
-    mutable std::mutex levelsMutex_; // guards levels_
+    std::mutex buildMutex_;          // held for a whole BuildLevels, so that only one builds
+    mutable std::mutex levelsMutex_; // guards levels_ (held only to read or publish them)
     std::vector<boost::intrusive_ptr<IDataVideo>> levels_; // 1/2, 1/4, ... (level 0 is *this)
 };
 
 // Halves a frame with a 2x2 box filter (odd last rows and columns averaged with what exists).
+// Frames with transparency are averaged with each colour weighted by its alpha.
 DataVideoPtr HalveDataVideo(const IDataVideo& source);
 
 } // namespace Quelto::Lumindra::Proc

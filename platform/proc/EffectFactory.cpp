@@ -3,11 +3,13 @@
 #include <glog/logging.h>
 
 #include "proc/ColorspaceConverter.h"
+#include "proc/Resizer.h"
 
 namespace Quelto::Lumindra::Proc {
 
 EffectFactory::EffectFactory()
 {
+    makers_[SettingsResizer::CLASS_ID] = [] { return boost::intrusive_ptr<IEffect>(new Resizer()); };
     makers_[SettingsColorspaceConverter::CLASS_ID] = [] {
         return boost::intrusive_ptr<IEffect>(new ColorspaceConverter());
     };

@@ -32,7 +32,8 @@ public:
 
     // Reduced levels: copies at 1/2, 1/4, ... of the size, built once (BuildLevels) on a
     // worker thread so that resizing for display starts from the nearest larger level.
-    // Level 0 is the frame itself. Thread-safe; BuildLevels is idempotent.
+    // Level 0 is the frame itself. Thread-safe; BuildLevels is idempotent, never blocks the
+    // readers of levels, and throws Core::Exception (keeping no level) when memory runs out.
     virtual int GetLevelCount() const = 0;
     virtual boost::intrusive_ptr<const IDataVideo> GetLevel(int index) const = 0;
     virtual void BuildLevels(int minSide = 256) = 0;

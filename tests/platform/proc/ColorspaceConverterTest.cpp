@@ -201,7 +201,10 @@ TEST(EffectFactoryTest, MakesKnownEffectsOnly)
     Proc::IEffectFactory& factory = Proc::GetEffectFactory();
     EXPECT_TRUE(boost::dynamic_pointer_cast<Proc::IOneInputEffectVideo>(
         factory.Create(Proc::SettingsColorspaceConverter::CLASS_ID, Proc::ImplNames::DEFAULT)));
+    EXPECT_TRUE(boost::dynamic_pointer_cast<Proc::IOneInputEffectVideo>(
+        factory.Create(Proc::SettingsResizer::CLASS_ID, Proc::ImplNames::DEFAULT)));
     EXPECT_FALSE(factory.Create("Proc.NoSuchEffect", Proc::ImplNames::DEFAULT));
+    EXPECT_FALSE(factory.Create(Proc::SettingsResizer::CLASS_ID, "gpu"));
     EXPECT_FALSE(factory.Create(Proc::SettingsColorspaceConverter::CLASS_ID, "gpu"));
     EXPECT_EQ(&factory, &Proc::GetEffectFactory());
 }

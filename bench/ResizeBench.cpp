@@ -1,0 +1,218 @@
+// Display resizing: our resizer against Qt's smooth scaling of the same pixels, the one-off
+// cost of the reduced levels, and the quality of both against a floating-point Lanczos-3
+// reference computed here from the full-size pixels.
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include <QImage>
+
+#include "Bench.h"
+#include "proc/IEffect.h"
+#include "proc/Vips.h"
+
+namespace Quelto::Lumindra::Bench {
+
+namespace {
+
+constexpr int kTargetWidth = 1920;
+constexpr int kRuns = 9;
+constexpr double kPi = 3.14159265358979323846;
+
+// The decoded photograph as an opaque BGRA frame (the layout the editing core shows).
+Proc::DataVideoPtr DecodeBgra(const QString& path)
+{
+    vips::VImage image = vips::VImage::new_from_file(path.toUtf8().constData(),
+                                                     vips::VImage::option()->set("access", VIPS_ACCESS_SEQUENTIAL));
+    image = image.colourspace(VIPS_INTERPRETATION_sRGB).cast(VIPS_FORMAT_UCHAR);
+    if (image.bands() == 3)
+        image = image.bandjoin_const({255});
+    size_t size = 0;
+    auto* rgba = static_cast<std::uint8_t*>(image.write_to_memory(&size));
+    const int width = image.width(), height = image.height();
+    Proc::DataVideoPtr frame = Proc::CreateDataVideo(Conf::FrameInfo {width, height, 1.0}, Proc::PIX_FMT_BGRA32);
+    for (int y = 0; y < height; ++y) {
+        const std::uint8_t* s = rgba + std::size_t(y) * width * 4;
+        std::uint8_t* d = frame->GetMutableData() + std::size_t(y) * frame->GetStride();
+        for (int x = 0; x < width; ++x) {
+            d[4 * x + 0] = s[4 * x + 2];
+            d[4 * x + 1] = s[4 * x + 1];
+            d[4 * x + 2] = s[4 * x + 0];
+            d[4 * x + 3] = 255;
+        }
+    }
+    g_free(rgba);
+    frame->SetOpaque(true);
+    return frame;
+}
+
+double LanczosReferenceKernel(double x)
+{
+    x = std::fabs(x);
+    if (x >= 3.0)
+        return 0.0;
+    if (x < 1e-12)
+        return 1.0;
+    return 3.0 * std::sin(kPi * x) * std::sin(kPi * x / 3.0) / (kPi * kPi * x * x);
+}
+
+// One axis of a textbook Lanczos-3 resampling in double precision: the kernel widened by the
+// reduction factor, windows cut at the borders and renormalised.
+struct AxisTaps {
+    std::vector<int> first;
+    std::vector<std::vector<double>> weights;
+};
+
+AxisTaps ReferenceAxis(int from, int to)
+{
+    AxisTaps axis;
+    const double scale = double(from) / to, widen = std::max(1.0, scale), support = 3.0 * widen;
+    for (int i = 0; i < to; ++i) {
+        const double center = (i + 0.5) * scale;
+        const int lo = std::max(0, int(std::ceil(center - support - 0.5)));
+        const int hi = std::min(from - 1, int(std::floor(center + support - 0.5)));
+        std::vector<double> w;
+        double sum = 0.0;
+        for (int s = lo; s <= hi; ++s) {
+            w.push_back(LanczosReferenceKernel((s + 0.5 - center) / widen));
+            sum += w.back();
+        }
+        for (double& v : w)
+            v /= sum;
+        axis.first.push_back(lo);
+        axis.weights.push_back(std::move(w));
+    }
+    return axis;
+}
+
+// RGB of the reference, 8-bit rounded, in the frame's B, G, R byte order.
+std::vector<std::uint8_t> LanczosReference(const Proc::IDataVideo& source, int width, int height)
+{
+    const int sw = source.GetFrameInfo().width, sh = source.GetFrameInfo().height;
+    const AxisTaps ax = ReferenceAxis(sw, width), ay = ReferenceAxis(sh, height);
+    std::vector<double> mid(std::size_t(width) * sh * 3);
+    for (int y = 0; y < sh; ++y) {
+        const std::uint8_t* row = source.GetData() + std::size_t(y) * source.GetStride();
+        for (int x = 0; x < width; ++x) {
+            double acc[3] = {0, 0, 0};
+            for (std::size_t k = 0; k < ax.weights[x].size(); ++k) {
+                const std::uint8_t* p = row + 4 * std::size_t(ax.first[x] + int(k));
+                for (int c = 0; c < 3; ++c)
+                    acc[c] += ax.weights[x][k] * p[c];
+            }
+            for (int c = 0; c < 3; ++c)
+                mid[(std::size_t(y) * width + x) * 3 + c] = acc[c];
+        }
+    }
+    std::vector<std::uint8_t> out(std::size_t(width) * height * 3);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            double acc[3] = {0, 0, 0};
+            for (std::size_t k = 0; k < ay.weights[y].size(); ++k) {
+                const double* p = &mid[(std::size_t(ay.first[y] + int(k)) * width + x) * 3];
+                for (int c = 0; c < 3; ++c)
+                    acc[c] += ay.weights[y][k] * p[c];
+            }
+            for (int c = 0; c < 3; ++c)
+                out[(std::size_t(y) * width + x) * 3 + c] = std::uint8_t(std::clamp(std::lround(acc[c]), 0L, 255L));
+        }
+    }
+    return out;
+}
+
+// dB over R, G and B of BGRA-ordered rows against the reference.
+double PsnrAgainst(const std::vector<std::uint8_t>& reference, const std::uint8_t* bgra, int stride, int width,
+                   int height)
+{
+    double sum = 0.0;
+    for (int y = 0; y < height; ++y) {
+        const std::uint8_t* p = bgra + std::size_t(y) * stride;
+        const std::uint8_t* r = &reference[std::size_t(y) * width * 3];
+        for (int x = 0; x < width; ++x) {
+            for (int c = 0; c < 3; ++c) {
+                const double d = double(p[4 * x + c]) - r[3 * x + c];
+                sum += d * d;
+            }
+        }
+    }
+    const double mse = sum / (3.0 * width * height);
+    return mse <= 0.0 ? 99.0 : 10.0 * std::log10(255.0 * 255.0 / mse);
+}
+
+} // namespace
+
+LUMINDRA_BENCH_GROUP(resize)
+{
+    const Proc::DataVideoPtr photo = DecodeBgra(PhotoJpeg24MP());
+    const Conf::FrameInfo& info = photo->GetFrameInfo();
+    const int targetWidth = kTargetWidth;
+    const int targetHeight = int(std::lround(double(info.height) * targetWidth / info.width));
+
+    // Opaque pixels are the same bytes premultiplied or not: Qt's fast path sees our frame as it is.
+    const QImage qtImage(photo->GetData(), info.width, info.height, photo->GetStride(),
+                         QImage::Format_ARGB32_Premultiplied);
+    QImage qtResult;
+    const double qtMs = MedianMs(kRuns, [&] {
+        qtResult = qtImage.scaled(targetWidth, targetHeight, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    });
+
+    std::vector<double> levelTimes;
+    for (int run = 0; run < kRuns; ++run) {
+        const Proc::DataVideoPtr fresh = Proc::CloneDataVideo(*photo);
+        const auto start = std::chrono::steady_clock::now();
+        fresh->BuildLevels();
+        levelTimes.push_back(ElapsedMs(start));
+    }
+    std::sort(levelTimes.begin(), levelTimes.end());
+    photo->BuildLevels();
+
+    auto resizer = boost::dynamic_pointer_cast<Proc::IOneInputEffectVideo>(
+        Proc::GetEffectFactory().Create(Proc::SettingsResizer::CLASS_ID, Proc::ImplNames::DEFAULT));
+    Proc::SettingsResizer settings;
+    Conf::FrameInfo target = info;
+    target.width = targetWidth;
+    target.height = targetHeight;
+    settings.SetCustomMode(1, target);
+    settings.useLevels = true;
+    settings.keepAspect = true;
+    settings.mode = Proc::SettingsResizer::MODE_LANCZOS3;
+    resizer->SetSettings(settings);
+    Proc::DataVideoPtr ours;
+    const double oursMs = MedianMs(kRuns, [&] {
+        ours = photo;
+        resizer->Process(ours);
+    });
+
+    // The image library's own Lanczos-3 reduction of the same level, for the choice of loop.
+    const boost::intrusive_ptr<const Proc::IDataVideo> level = photo->GetLevel(1);
+    const Conf::FrameInfo& levelInfo = level->GetFrameInfo();
+    const double vipsMs = MedianMs(kRuns, [&] {
+        vips::VImage in = vips::VImage::new_from_memory(const_cast<std::uint8_t*>(level->GetData()),
+                                                        std::size_t(level->GetStride()) * levelInfo.height,
+                                                        level->GetStride() / 4, levelInfo.height, 4, VIPS_FORMAT_UCHAR);
+        if (level->GetStride() / 4 != levelInfo.width)
+            in = in.extract_area(0, 0, levelInfo.width, levelInfo.height);
+        vips::VImage out = in.resize(double(targetWidth) / levelInfo.width,
+                                     vips::VImage::option()
+                                         ->set("vscale", double(targetHeight) / levelInfo.height)
+                                         ->set("kernel", VIPS_KERNEL_LANCZOS3));
+        size_t bytes = 0;
+        g_free(out.write_to_memory(&bytes));
+    });
+
+    Report("resize_vs_qt_smooth", oursMs / qtMs, "ratio");
+    Report("levels_build_vs_qt_smooth", levelTimes[levelTimes.size() / 2] / qtMs, "ratio");
+    Report("resize_vips_reduce_vs_qt_smooth", vipsMs / qtMs, "ratio");
+
+    const std::vector<std::uint8_t> reference = LanczosReference(*photo, targetWidth, targetHeight);
+    Report("resize_psnr_db", PsnrAgainst(reference, ours->GetData(), ours->GetStride(), targetWidth, targetHeight), "dB");
+    Report("qt_smooth_psnr_db",
+           PsnrAgainst(reference, qtResult.constBits(), int(qtResult.bytesPerLine()), targetWidth, targetHeight), "dB");
+    std::fprintf(stderr, "resize: qt %.2f ms, ours %.2f ms, levels %.2f ms, vips %.2f ms\n", qtMs, oursMs,
+                 levelTimes[levelTimes.size() / 2], vipsMs);
+}
+
+} // namespace Quelto::Lumindra::Bench

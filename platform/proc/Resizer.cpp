@@ -1,0 +1,160 @@
+#include "proc/Resizer.h"
+
+#include <algorithm>
+#include <vector>
+
+#include <glog/logging.h>
+
+#include "core/Exception.h"
+#include "proc/ParallelBands.h"
+#include "proc/ResampleKernels.h"
+
+namespace Quelto::Lumindra::Proc {
+
+namespace {
+
+// Output rows per band below which a helper thread costs more than it saves.
+constexpr int kMinRowsPerBand = 16;
+// The vector horizontal loop reads taps in pairs.
+constexpr int kVectorTaps = 2;
+
+std::vector<const std::uint8_t*> RowPointers(const IDataVideo& source, int first, int count)
+{
+    std::vector<const std::uint8_t*> rows(static_cast<std::size_t>(count));
+    for (int k = 0; k < count; ++k)
+        rows[std::size_t(k)] = source.GetData() + std::size_t(first + k) * source.GetStride();
+    return rows;
+}
+
+// Vertical pass first: it runs over whole rows, which the vector loop likes, and leaves one
+// narrow row for the horizontal pass, so every band works in a cache-sized buffer.
+void ResizeFixedPoint(const IDataVideo& source, IDataVideo& target, const ResampleWeights& wx,
+                      const ResampleWeights& wy, int rowBegin, int rowEnd)
+{
+    const int channels = BytesPerPixel(source.GetPixFmt());
+    const int rowBytes = source.GetFrameInfo().width * channels;
+    std::vector<std::int16_t> middle(static_cast<std::size_t>(rowBytes));
+    const bool sameWidth = wx.GetSourceSize() == wx.GetTargetSize();
+    for (int y = rowBegin; y < rowEnd; ++y) {
+        const auto rows = RowPointers(source, wy.GetStart(y), wy.GetTaps());
+        std::uint8_t* out = target.GetMutableData() + std::size_t(y) * target.GetStride();
+        if (sameWidth) {
+            ResampleKernels::VerticalU8(rows.data(), wy.GetTaps(), wy.GetFixedWeights(y), out, rowBytes);
+        } else {
+            ResampleKernels::VerticalMiddle(rows.data(), wy.GetTaps(), wy.GetFixedWeights(y), middle.data(), rowBytes);
+            ResampleKernels::HorizontalMiddle(middle.data(), out, channels, wx);
+        }
+    }
+}
+
+void ResizePremultiplied(const IDataVideo& source, IDataVideo& target, const ResampleWeights& wx,
+                         const ResampleWeights& wy, int rowBegin, int rowEnd)
+{
+    const bool deep = source.GetPixFmt() == PIX_FMT_RGBA64;
+    const int width = source.GetFrameInfo().width;
+    std::vector<float> column(4 * std::size_t(width));
+    for (int y = rowBegin; y < rowEnd; ++y) {
+        const auto rows = RowPointers(source, wy.GetStart(y), wy.GetTaps());
+        std::uint8_t* out = target.GetMutableData() + std::size_t(y) * target.GetStride();
+        if (deep) {
+            ResampleKernels::VerticalPremultiplied16(rows.data(), wy.GetTaps(), wy.GetFloatWeights(y), column.data(), width);
+            ResampleKernels::HorizontalPremultipliedTo16(column.data(), reinterpret_cast<std::uint16_t*>(out), wx);
+        } else {
+            ResampleKernels::VerticalPremultiplied8(rows.data(), wy.GetTaps(), wy.GetFloatWeights(y), column.data(), width);
+            ResampleKernels::HorizontalPremultipliedTo8(column.data(), out, wx);
+        }
+    }
+}
+
+} // namespace
+
+void Resizer::Reset()
+{
+    horizontal_.reset();
+    vertical_.reset();
+    lastLevel_ = -1;
+}
+
+void Resizer::SetSettings(const SettingsBase& settings)
+{
+    const auto* own = dynamic_cast<const SettingsResizer*>(&settings);
+    if (!own)
+        throw Core::Exception(std::string("The resizer cannot take settings of ") + settings.GetClassId());
+    settings_ = *own;
+}
+
+const ResampleWeights& Resizer::WeightsFor(std::unique_ptr<ResampleWeights>& cache, int source, int target,
+                                           int alignment)
+{
+    const auto filter = static_cast<ResampleWeights::Filter>(
+        std::clamp(settings_.mode, int(SettingsResizer::MODE_BILINEAR), int(SettingsResizer::MODE_LANCZOS3)));
+    if (!cache || !cache->Matches(source, target, filter, alignment))
+        cache = std::make_unique<ResampleWeights>(source, target, filter, alignment);
+    return *cache;
+}
+
+bool Resizer::Process(DataVideoPtr& frame)
+{
+    if (!frame) {
+        LOG(WARNING) << "Resizer: no frame to resize";
+        return false;
+    }
+    if (settings_.customMode != 1)
+        return true;
+    // A size below one pixel still shows one pixel.
+    const int targetWidth = std::max(1, settings_.target.width);
+    const int targetHeight = std::max(1, settings_.target.height);
+
+    boost::intrusive_ptr<const IDataVideo> source = frame;
+    lastLevel_ = 0;
+    if (settings_.useLevels) {
+        for (int level = frame->GetLevelCount() - 1; level > 0; --level) {
+            boost::intrusive_ptr<const IDataVideo> candidate = frame->GetLevel(level);
+            if (candidate && candidate->GetFrameInfo().width >= targetWidth
+                && candidate->GetFrameInfo().height >= targetHeight) {
+                source = candidate;
+                lastLevel_ = level;
+                break;
+            }
+        }
+    }
+    const Conf::FrameInfo& in = source->GetFrameInfo();
+    if (in.width == targetWidth && in.height == targetHeight) {
+        // Frames are immutable once shared, so the level itself can be handed out.
+        frame = const_cast<IDataVideo*>(source.get());
+        return true;
+    }
+
+    try {
+        const int format = source->GetPixFmt();
+        Conf::FrameInfo info = settings_.target;
+        info.width = targetWidth;
+        info.height = targetHeight;
+        if (settings_.keepAspect)
+            info.pixelAspect = in.pixelAspect;
+        DataVideoPtr result = CreateDataVideo(info, format);
+
+        const bool fixedPoint = format == PIX_FMT_RGB24 || format == PIX_FMT_BGR24
+            || (format == PIX_FMT_BGRA32 && source->IsOpaque());
+        const ResampleWeights& wx = WeightsFor(horizontal_, in.width, targetWidth, fixedPoint ? kVectorTaps : 1);
+        const ResampleWeights& wy = WeightsFor(vertical_, in.height, targetHeight, 1);
+        const IDataVideo& src = *source;
+        IDataVideo& dst = *result;
+        RunInBands(targetHeight, kMinRowsPerBand, [&](int begin, int end) {
+            if (fixedPoint)
+                ResizeFixedPoint(src, dst, wx, wy, begin, end);
+            else
+                ResizePremultiplied(src, dst, wx, wy, begin, end);
+        });
+        result->SetOpaque(source->IsOpaque());
+        frame = result;
+        return true;
+    } catch (const std::exception& error) {
+        LOG(WARNING) << "Resizer: cannot resize " << in.width << "x" << in.height << " to " << targetWidth << "x"
+                     << targetHeight << ": " << error.what();
+        frame.reset();
+        return false;
+    }
+}
+
+} // namespace Quelto::Lumindra::Proc
