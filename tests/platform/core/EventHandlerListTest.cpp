@@ -85,6 +85,7 @@ struct ChangeDuringDelivery {
     const char* name;
     std::function<void(ProbeList&, Recorder& a, Recorder& b, Recorder& extra)> change; // made by a
     Journal expected;
+    friend void PrintTo(const ChangeDuringDelivery& c, std::ostream* os) { *os << c.name; }
 };
 
 class EventHandlerListChange : public ::testing::TestWithParam<ChangeDuringDelivery> {};

@@ -74,6 +74,7 @@ struct FormatCase {
     int pixFmt;
     bool opaque;
     QImage::Format expected;
+    friend void PrintTo(const FormatCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class ImageUtilsFormat : public ::testing::TestWithParam<FormatCase> {};
@@ -167,6 +168,7 @@ struct RefusedCase {
     int pixFmt;
     int stride;
     bool withData;
+    friend void PrintTo(const RefusedCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class ImageUtilsRefusal : public ::testing::TestWithParam<RefusedCase> {};

@@ -12,6 +12,7 @@ struct KeyCase {
     int qtKey;
     unsigned nativeVirtualKey; // X11 keysym on this platform
     int expected;
+    friend void PrintTo(const KeyCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class KeyCodeMapping : public ::testing::TestWithParam<KeyCase> {};

@@ -137,6 +137,7 @@ struct SpellingCase {
     const char* receiverSignature;
     std::function<void(ConnectorSender&)> emitIt;
     std::function<bool(const ConnectorListener&)> arrived;
+    friend void PrintTo(const SpellingCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class ObjectsConnectorSpelling : public ::testing::TestWithParam<SpellingCase> {};
@@ -187,6 +188,7 @@ struct BadRegistration {
     const char* name;
     bool asEmitter;
     const char* signature;
+    friend void PrintTo(const BadRegistration& c, std::ostream* os) { *os << c.name; }
 };
 
 class ObjectsConnectorBadSignature : public ::testing::TestWithParam<BadRegistration> {};

@@ -33,6 +33,7 @@ struct SpellingCase {
     const char* name;
     const char* spelling; // relative to the sandbox, or absolute when it starts with '/'
     const char* expected; // relative to the sandbox
+    friend void PrintTo(const SpellingCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class PlatformFileName : public ::testing::TestWithParam<SpellingCase> {};
@@ -89,6 +90,7 @@ struct UnusableTempCase {
     const char* name;
     std::function<QString(const Lumindra::Test::Sandbox&)> folder;
     const char* reason; // part of the message
+    friend void PrintTo(const UnusableTempCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class UnusableTempDir : public ::testing::TestWithParam<UnusableTempCase> {};
@@ -198,6 +200,7 @@ struct BadDateCase {
     const char* name;
     const char* date;
     bool fileExists;
+    friend void PrintTo(const BadDateCase& c, std::ostream* os) { *os << c.name; }
 };
 
 class FileDateTimeRefusal : public ::testing::TestWithParam<BadDateCase> {};
