@@ -7,6 +7,7 @@ PACKAGES=(
   build-essential cmake pkg-config
   qtbase5-dev qtbase5-dev-tools libqt5opengl5-dev qt5-image-formats-plugins qttools5-dev-tools
   libvips-dev libvips-tools
+  libjpeg62-turbo-dev
   libexiv2-dev
   libgoogle-glog-dev libgflags-dev
   libboost-dev

@@ -22,6 +22,10 @@ struct CoreCreateOptions {
     // Return only once the full-resolution frame is decoded (background preloading); otherwise
     // return after the preview and decode the rest on the core's thread.
     bool waitForFullFrame = false;
+    // Registered with the new core before its first event is raised, so that the caller sees the
+    // loading events too. Not owned; the caller unregisters them as usual.
+    ICoreEventHandler* coreEventHandler = nullptr;
+    IDrawerEventHandler* drawerEventHandler = nullptr;
 };
 
 // Makes editing cores. Every function throws PhotoCoreException with a message a person can

@@ -1,0 +1,258 @@
+#include "photocore/CoreIO.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <sstream>
+
+#include <QCryptographicHash>
+#include <QDateTime>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
+#include <QUuid>
+
+#include <boost/property_tree/json_parser.hpp>
+#include <boost/property_tree/ptree.hpp>
+
+#include <glog/logging.h>
+
+#include "core/PhotoCoreException.h"
+#include "photocore/CoreEngine.h"
+#include "photocore/CoreSessionState.h"
+#include "photocore/FrameOps.h"
+#include "photocore/ImageDecoder.h"
+#include "photocore/ImageEncoder.h"
+#include "photoutil/FormatHelper.h"
+
+namespace Quelto::Lumindra::PhotoCore {
+
+namespace {
+
+QString FromUtf8(const std::string& s)
+{
+    return QString::fromUtf8(s.data(), int(s.size()));
+}
+
+std::string ToUtf8(const QString& s)
+{
+    return s.toUtf8().toStdString();
+}
+
+// The formats whose metadata the metadata library can write into.
+bool MetadataWritable(const std::string& codec)
+{
+    return codec == "jpeg" || codec == "png" || codec == "tiff" || codec == "webp";
+}
+
+// Writes through a temporary file next to `target` and renames it over; on failure nothing
+// of the temporary file remains and `target` is as it was.
+void WriteFrameAtomically(const Proc::IDataVideo& frame, const std::string& target)
+{
+    const std::string temporary = target + ".part";
+    try {
+        ImageEncoder::Write(frame, "png", {}, 72.0, temporary);
+    } catch (...) {
+        QFile::remove(FromUtf8(temporary));
+        throw;
+    }
+    if (std::rename(temporary.c_str(), target.c_str()) != 0) {
+        QFile::remove(FromUtf8(temporary));
+        throw PhotoCoreException("Cannot write " + target + ": " + std::strerror(errno));
+    }
+}
+
+} // namespace
+
+CoreIO::CoreIO(std::shared_ptr<CoreEngine> engine, MetadataSettings metadata, SettingsSave saveSettings,
+               boost::intrusive_ptr<PhotoUtil::ISerializer> serializer)
+    : engine_(std::move(engine)), metadata_(std::move(metadata)), saveSettings_(std::move(saveSettings)),
+      serializer_(std::move(serializer))
+{
+}
+
+ioPath CoreIO::GetFilePath() const
+{
+    return engine_->GetSource().path;
+}
+
+std::string CoreIO::GetSessionId() const
+{
+    return engine_->GetSessionId();
+}
+
+ioPath CoreIO::GetSessionFolder() const
+{
+    return engine_->GetSessionFolder();
+}
+
+IPhotoCoreIO::SaveResult CoreIO::Save(const SettingsSave& settings)
+{
+    std::string target = settings.GetFileName();
+    if (target.empty()) {
+        LOG(ERROR) << "Saving failed: no file name was given";
+        return SaveResultFailed;
+    }
+    const QString suffix = QFileInfo(FromUtf8(target)).suffix();
+    const std::string extension = settings.GetFileExt().empty() ? ToUtf8(suffix.toLower()) : settings.GetFileExt();
+    const auto description = PhotoUtil::FormatHelper::GetFormatDescriptionForExtension(extension, true);
+    const std::string codec = settings.GetCodecID().empty() ? description.second.codecId : settings.GetCodecID();
+    if (codec.empty() || !ImageEncoder::CanWrite(codec)) {
+        LOG(ERROR) << "Saving " << target << " refused: images cannot be written as \"" << extension << "\"";
+        return SaveResultFormatRefused;
+    }
+    if (suffix.isEmpty() && settings.GetForceSuffix() && !description.second.extensions.empty())
+        target += "." + description.second.extensions.front();
+
+    const QFileInfo targetInfo(FromUtf8(target));
+    const QFileInfo folderInfo(targetInfo.absolutePath());
+    if (!folderInfo.isDir() || !folderInfo.isWritable()
+        || (targetInfo.exists() && (!targetInfo.isFile() || !targetInfo.isWritable()))) {
+        LOG(ERROR) << "Saving " << target << " failed: the file or its folder cannot be written";
+        return SaveResultNotWritable;
+    }
+
+    const auto progress = engine_->GetProgressController();
+    if (progress)
+        progress->Begin("Saving " + ToUtf8(targetInfo.fileName()));
+    Proc::DataVideoPtr overlay;
+    try {
+        overlay = engine_->RenderOverlay();
+    } catch (const std::exception& e) {
+        LOG(WARNING) << "The overlay could not be drawn and is not saved: " << e.what();
+    }
+    MetadataSettings metadata = settings.GetMetadataSettings();
+    // The pixels are upright, so the orientation must say so.
+    metadata.GetMetadata().SetTag(Proc::IImageMetadata::EXIF, Proc::IImageMetadata::BLOCK_IMAGE,
+                                  Proc::IImageMetadata::TAG_ORIENTATION,
+                                  Proc::IImageMetadata::VAL_ORIENTATION_NORMAL);
+    const double dpi = engine_->GetFrameSettings(-1).GetPassThrough().GetResolution();
+    const std::string temporary = ToUtf8(folderInfo.absoluteFilePath() + QStringLiteral("/.") + targetInfo.fileName()
+                                         + QLatin1Char('.')
+                                         + QUuid::createUuid().toString(QUuid::Id128).left(12)
+                                         + QStringLiteral(".part"));
+    try {
+        engine_->RunOnRenderThread([&] {
+            Proc::DataVideoPtr frame = engine_->GetWorkingFrame();
+            if (!frame)
+                throw PhotoCoreException("the picture is not loaded");
+            if (overlay)
+                frame = FrameOps::CompositeOver(*frame, *overlay);
+            ImageEncoder::Write(*frame, codec, settings.GetFormatSettings(), dpi, temporary);
+            if (MetadataWritable(codec) && !metadata.GetMetadata().IsEmpty())
+                metadata.GetMetadata().WriteToFile(temporary);
+        });
+        if (targetInfo.exists())
+            QFile::setPermissions(FromUtf8(temporary), QFile::permissions(targetInfo.absoluteFilePath()));
+        if (std::rename(temporary.c_str(), target.c_str()) != 0)
+            throw PhotoCoreException(std::string("the file cannot be replaced: ") + std::strerror(errno));
+    } catch (const std::exception& e) {
+        QFile::remove(FromUtf8(temporary));
+        LOG(ERROR) << "Saving " << target << " failed: " << e.what();
+        if (progress)
+            progress->End();
+        return SaveResultFailed;
+    }
+
+    engine_->MarkSaved(target);
+    const std::string& source = engine_->GetSource().path.utf8string();
+    if (!source.empty() && QFileInfo(FromUtf8(source)) == QFileInfo(FromUtf8(target))) {
+        const QFileInfo written(FromUtf8(target)); // the core wrote it: not a change from outside
+        engine_->SetFileBaseline(std::uint64_t(written.size()), written.lastModified().toMSecsSinceEpoch());
+    }
+    if (progress)
+        progress->End();
+    VLOG(30) << "Saved " << target << " as " << codec;
+    return SaveResultSuccess;
+}
+
+void CoreIO::SaveSession()
+{
+    if (!serializer_->WriteOut())
+        LOG(ERROR) << "Session of " << engine_->GetSessionId() << " could not be saved";
+}
+
+bool CoreIO::IsSaved() const
+{
+    return engine_->IsSaved();
+}
+
+std::string CoreIO::SelectionFileName(const ioPath& key)
+{
+    const QByteArray digest = QCryptographicHash::hash(QByteArray::fromStdString(key.utf8string()),
+                                                       QCryptographicHash::Md5);
+    return "selection-" + digest.toHex().toStdString() + ".png";
+}
+
+void CoreIO::StoreSelection(const ioPath& key, const Proc::DataVideoPtr& selection)
+{
+    engine_->StoreSelection(key.utf8string(), selection);
+    const std::shared_ptr<CoreEngine> engine = engine_;
+    const std::string file = SelectionFileName(key);
+    // The file is written on the render thread: a selection may be as large as the picture.
+    engine_->PostTask([engine, selection, file] {
+        try {
+            const std::string path = (engine->EnsureSessionFolder() / file).utf8string();
+            if (selection)
+                WriteFrameAtomically(*selection, path);
+            else
+                QFile::remove(FromUtf8(path));
+        } catch (const std::exception& e) {
+            LOG(WARNING) << "Selection not kept in the session folder: " << e.what();
+        }
+    });
+}
+
+Proc::DataVideoPtr CoreIO::LoadSelection(const ioPath& key)
+{
+    if (Proc::DataVideoPtr selection = engine_->FindSelection(key.utf8string()))
+        return selection;
+    // A restored session finds its selections in the folder only.
+    const std::string path = (engine_->GetSessionFolder() / SelectionFileName(key)).utf8string();
+    if (!QFileInfo::exists(FromUtf8(path)))
+        return nullptr;
+    try {
+        const ImageHeader header = ImageDecoder::ReadHeader(path);
+        DecodeOptions options;
+        options.allowSixteenBit = false;
+        Proc::DataVideoPtr selection = ImageDecoder::DecodeFull(path, header, options).frame;
+        engine_->StoreSelection(key.utf8string(), selection);
+        return selection;
+    } catch (const std::exception& e) {
+        LOG(WARNING) << "Selection " << path << " cannot be read: " << e.what();
+        return nullptr;
+    }
+}
+
+void CoreIO::ReleaseSelection(const ioPath& key)
+{
+    engine_->ReleaseSelection(key.utf8string());
+    const std::shared_ptr<CoreEngine> engine = engine_;
+    const std::string file = SelectionFileName(key);
+    engine_->PostTask([engine, file] { QFile::remove(FromUtf8((engine->GetSessionFolder() / file).utf8string())); });
+}
+
+void CoreIO::MarkOpened()
+{
+    try {
+        const ioPath folder = engine_->EnsureSessionFolder();
+        boost::property_tree::ptree description;
+        description.put("sessionId", engine_->GetSessionId());
+        description.put("source", engine_->GetSource().path.utf8string());
+        description.put("key", engine_->GetSource().key);
+        description.put("opened", ToUtf8(QDateTime::currentDateTimeUtc().toString(Qt::ISODate)));
+        std::ostringstream text;
+        boost::property_tree::write_json(text, description);
+        QSaveFile file(FromUtf8((folder / CoreSessionState::kDescriptionFile).utf8string()));
+        const std::string bytes = text.str();
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes.data(), qint64(bytes.size())) != qint64(bytes.size())
+            || !file.commit())
+            throw PhotoCoreException(file.errorString().toStdString());
+        VLOG(30) << "Session " << engine_->GetSessionId() << " opened in " << folder.utf8string();
+    } catch (const std::exception& e) {
+        LOG(ERROR) << "The session description could not be written: " << e.what();
+    }
+}
+
+} // namespace Quelto::Lumindra::PhotoCore

@@ -1,0 +1,107 @@
+#include "photocore/ImageEncoder.h"
+
+#include <algorithm>
+
+#include "core/Exception.h"
+#include "proc/Vips.h"
+
+namespace Quelto::Lumindra::PhotoCore {
+
+namespace {
+
+constexpr double kMillimetresPerInch = 25.4;
+// Defaults where a format settings list has no entry for the codec.
+constexpr int kDefaultQuality = 90;
+constexpr int kDefaultPngCompression = 6;
+
+int Value(const PhotoUtil::FormatSettingsList& list, const std::string& codec, const char* name, int fallback)
+{
+    for (const auto& settings : list)
+        if (settings && settings->GetCodecId() == codec)
+            return settings->GetValue(name, fallback);
+    return fallback;
+}
+
+// A view of the frame's pixels as an sRGB image in R, G, B(, A) order.
+vips::VImage View(const Proc::IDataVideo& frame)
+{
+    const Conf::FrameInfo& info = frame.GetFrameInfo();
+    const bool wide = frame.GetPixFmt() == Proc::PIX_FMT_RGBA64;
+    if (!wide && frame.GetPixFmt() != Proc::PIX_FMT_BGRA32)
+        throw Core::Exception("Frames of pixel format " + std::to_string(frame.GetPixFmt()) + " cannot be encoded");
+    const int bpp = Proc::BytesPerPixel(frame.GetPixFmt());
+    // Rows may be padded: view the buffer as stride-wide rows and cut the padding away.
+    vips::VImage image = vips::VImage::new_from_memory(const_cast<std::uint8_t*>(frame.GetData()),
+                                                       std::size_t(frame.GetStride()) * std::size_t(info.height),
+                                                       frame.GetStride() / bpp, info.height, 4,
+                                                       wide ? VIPS_FORMAT_USHORT : VIPS_FORMAT_UCHAR)
+                             .extract_area(0, 0, info.width, info.height);
+    if (!wide)
+        image = vips::VImage::bandjoin(
+            {image.extract_band(2), image.extract_band(1), image.extract_band(0), image.extract_band(3)});
+    image = image.copy(vips::VImage::option()->set("interpretation",
+                                                   wide ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB));
+    if (frame.IsOpaque())
+        image = image.extract_band(0, vips::VImage::option()->set("n", 3));
+    return image;
+}
+
+} // namespace
+
+bool ImageEncoder::CanWrite(const std::string& codec)
+{
+    return codec == "jpeg" || codec == "png" || codec == "tiff" || codec == "webp" || codec == "heif"
+        || codec == "gif";
+}
+
+void ImageEncoder::Write(const Proc::IDataVideo& frame, const std::string& codec,
+                         const PhotoUtil::FormatSettingsList& settings, double dpi, const std::string& utf8Path)
+{
+    if (!CanWrite(codec))
+        throw Core::Exception("Images cannot be written as \"" + codec + "\"");
+    Proc::EnsureVipsStarted();
+    using Opt = vips::VOption;
+    try {
+        vips::VImage image = View(frame);
+        const bool keepsDepth = codec == "png" || codec == "tiff";
+        const bool keepsAlpha = codec != "jpeg";
+        if (image.has_alpha() && !keepsAlpha)
+            image = image.flatten(vips::VImage::option()->set(
+                "background", std::vector<double> {frame.GetPixFmt() == Proc::PIX_FMT_RGBA64 ? 65535.0 : 255.0}));
+        if (image.format() != VIPS_FORMAT_UCHAR && !keepsDepth)
+            image = image.colourspace(VIPS_INTERPRETATION_sRGB);
+        if (image.format() != VIPS_FORMAT_UCHAR && image.format() != VIPS_FORMAT_USHORT)
+            image = image.cast(image.interpretation() == VIPS_INTERPRETATION_RGB16 ? VIPS_FORMAT_USHORT
+                                                                                    : VIPS_FORMAT_UCHAR);
+        const double pixelsPerMm = std::max(dpi, 1.0) / kMillimetresPerInch;
+        image = image.copy(vips::VImage::option()->set("xres", pixelsPerMm)->set("yres", pixelsPerMm));
+
+        const char* path = utf8Path.c_str();
+        const int quality = std::clamp(Value(settings, codec, PhotoUtil::IFormatSettings::QUALITY, kDefaultQuality), 1, 100);
+        Opt* options = vips::VImage::option()->set("strip", true);
+        if (codec == "jpeg") {
+            image.jpegsave(path, options->set("Q", quality));
+        } else if (codec == "png") {
+            const int level = std::clamp(
+                Value(settings, codec, PhotoUtil::IFormatSettings::COMPRESSION, kDefaultPngCompression), 0, 9);
+            image.pngsave(path, options->set("compression", level));
+        } else if (codec == "tiff") {
+            const bool deflate = Value(settings, codec, PhotoUtil::IFormatSettings::COMPRESSION, 1) != 0;
+            image.tiffsave(path, options->set("compression", deflate ? VIPS_FOREIGN_TIFF_COMPRESSION_DEFLATE
+                                                                     : VIPS_FOREIGN_TIFF_COMPRESSION_NONE));
+        } else if (codec == "webp") {
+            const bool lossless = Value(settings, codec, PhotoUtil::IFormatSettings::LOSSLESS, 0) != 0;
+            image.webpsave(path, options->set("Q", quality)->set("lossless", lossless));
+        } else if (codec == "heif") {
+            image.heifsave(path, options->set("Q", quality));
+        } else {
+            image.gifsave(path, options);
+        }
+    } catch (const vips::VError& e) {
+        std::string message(e.what());
+        std::replace(message.begin(), message.end(), '\n', ' ');
+        throw Core::Exception("Encoding failed: " + message);
+    }
+}
+
+} // namespace Quelto::Lumindra::PhotoCore

@@ -1,0 +1,286 @@
+#include "photocore/PhotoCoreFactory.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cmath>
+
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QUuid>
+
+#include <glog/logging.h>
+
+#include "core/PhotoCoreException.h"
+#include "photocore/CoreEngine.h"
+#include "photocore/CoreSessionState.h"
+#include "photocore/EditingCore.h"
+#include "photocore/FrameOps.h"
+#include "photocore/ImageDecoder.h"
+#include "photoutil/FormatHelper.h"
+#include "photoutil/Serializer.h"
+
+namespace Quelto::Lumindra::PhotoCore {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using EditingCorePtr = boost::intrusive_ptr<EditingCore>;
+
+constexpr double kInchesPerMetre = 0.0254;
+
+QString FromUtf8(const std::string& s)
+{
+    return QString::fromUtf8(s.data(), int(s.size()));
+}
+
+std::string ToUtf8(const QString& s)
+{
+    return s.toUtf8().toStdString();
+}
+
+PhotoCoreException OpenError(const std::string& path, const std::string& reason)
+{
+    return PhotoCoreException("Cannot open \"" + path + "\": " + reason);
+}
+
+std::string NewSessionId()
+{
+    return ToUtf8(QUuid::createUuid().toString(QUuid::WithoutBraces));
+}
+
+// The checks that need no decoder, with the plainest message for each.
+QFileInfo CheckFile(const std::string& path)
+{
+    if (path.empty())
+        throw PhotoCoreException("Cannot open an image: no file name was given");
+    const QFileInfo info(FromUtf8(path));
+    if (!info.exists())
+        throw OpenError(path, "the file does not exist");
+    if (info.isDir())
+        throw OpenError(path, "it is a folder, not an image file");
+    if (!info.isReadable())
+        throw OpenError(path, "the file cannot be read (no permission)");
+    if (info.size() == 0)
+        throw OpenError(path, "the file is empty");
+    const std::string extension = ToUtf8(info.suffix().toLower());
+    if (extension.empty())
+        throw OpenError(path, "the file name has no extension, so its type is unknown");
+    if (!PhotoUtil::FormatHelper::GetFormatDescriptionForExtension(extension, false).second.readable)
+        throw OpenError(path, "files of type \"." + extension + "\" are not supported");
+    return info;
+}
+
+MetadataSettings ReadMetadata(const std::string& path, const std::string& codec, const QFileInfo& info)
+{
+    MetadataSettings settings;
+    try {
+        settings.SetMetadata(Proc::ReadImageMetadata(path));
+    } catch (const std::exception& e) {
+        LOG(WARNING) << "Metadata of " << path << " cannot be read and is left out: " << e.what();
+    }
+    settings.SetFormatSettings({PhotoUtil::CreateFormatSettings(codec)});
+    Core::Property fileInfo;
+    fileInfo.Set("path", path);
+    fileInfo.Set("size", std::to_string(info.size()));
+    fileInfo.Set("modified", ToUtf8(info.lastModified().toUTC().toString(Qt::ISODate)));
+    const std::string name = PhotoUtil::FormatHelper::GetFormatNameForExtension(ToUtf8(info.suffix().toLower()));
+    fileInfo.Set("format", name.empty() ? codec : name);
+    settings.SetFileInfo(fileInfo);
+    return settings;
+}
+
+SettingsSave MakeSaveSettings(const std::string& path, const std::string& extension, const std::string& codec,
+                              const MetadataSettings& metadata)
+{
+    SettingsSave save;
+    save.SetFileName(path);
+    save.SetFileExt(extension);
+    save.SetCodecID(codec);
+    save.SetFormatSettings(metadata.GetFormatSettings());
+    save.SetMetadataSettings(metadata);
+    return save;
+}
+
+// Builds the core around a prepared engine and starts its work; with waitForFullFrame, returns
+// only once the full frame is decoded.
+EditingCorePtr Assemble(const std::shared_ptr<CoreEngine>& engine, MetadataSettings metadata, SettingsSave save,
+                        const CoreCreateOptions& options)
+{
+    engine->RegisterCoreEventHandler(options.coreEventHandler);
+    engine->RegisterDrawerEventHandler(options.drawerEventHandler);
+    EditingCorePtr core(new EditingCore(engine, std::move(metadata), std::move(save)));
+    engine->PostLoad();
+    if (options.waitForFullFrame) {
+        std::string error;
+        if (!engine->WaitForFullFrame(&error))
+            throw PhotoCoreException(error); // the core, and its thread, end here
+    }
+    return core;
+}
+
+EditingCorePtr CreateFromFile(const ioPath& path, const std::string& key, const CoreCreateOptions& options,
+                              const std::string& sessionId)
+{
+    const auto start = Clock::now();
+    const std::string utf8 = path.utf8string();
+    VLOG(30) << "Opening " << utf8 << (options.fresh ? "" : " anew");
+    const QFileInfo info = CheckFile(utf8);
+    ImageHeader header;
+    ImageDecoder::Result first;
+    try {
+        header = ImageDecoder::ReadHeader(utf8);
+        if (!options.waitForFullFrame) {
+            DecodeOptions decode;
+            decode.pixelLimit = options.pixelLimit;
+            first = ImageDecoder::DecodePreview(utf8, header, decode);
+        }
+    } catch (const std::exception& e) {
+        throw OpenError(utf8, e.what());
+    }
+
+    CoreSource source;
+    source.path = path;
+    source.key = key;
+    source.source = ImageSourceFile;
+    source.header = header;
+    source.fileSize = std::uint64_t(info.size());
+    source.fileModifiedMs = info.lastModified().toMSecsSinceEpoch();
+    MetadataSettings metadata = ReadMetadata(utf8, header.codec, info);
+    SettingsSave save = MakeSaveSettings(utf8, ToUtf8(info.suffix().toLower()), header.codec, metadata);
+
+    auto engine = std::make_shared<CoreEngine>(std::move(source), sessionId, options.pixelLimit);
+    engine->SetInitialFrame(first);
+    EditingCorePtr core = Assemble(engine, std::move(metadata), std::move(save), options);
+    VLOG(30) << "Core " << sessionId << " for " << utf8 << " ready in "
+             << std::chrono::duration<double, std::milli>(Clock::now() - start).count() << " ms"
+             << (first.frame && !first.full ? " (preview)" : "");
+    return core;
+}
+
+EditingCorePtr CreateFromFrame(Proc::DataVideoPtr frame, bool hasAlpha, double dpi, ImageSource imageSource,
+                               const CoreCreateOptions& options, const std::string& sessionId)
+{
+    ImageDecoder::Result first;
+    first.full = true;
+    const Conf::FrameInfo info = frame->GetFrameInfo();
+    if (options.pixelLimit > 0 && std::uint64_t(info.width) * std::uint64_t(info.height) > options.pixelLimit) {
+        const double scale = std::sqrt(double(options.pixelLimit) / (double(info.width) * double(info.height)));
+        Conf::FrameInfo target = info;
+        target.width = std::max(1, int(info.width * scale));
+        target.height = std::max(1, int(info.height * scale));
+        frame = FrameOps::Resize(*frame, target);
+        first.scaledForMemory = true;
+    }
+    first.frame = frame;
+
+    CoreSource source;
+    source.source = imageSource;
+    source.header.width = info.width;
+    source.header.height = info.height;
+    source.header.hasAlpha = hasAlpha;
+    source.header.sixteenBit = frame->GetPixFmt() == Proc::PIX_FMT_RGBA64;
+    source.header.dpi = dpi;
+
+    MetadataSettings metadata;
+    // A picture without a file is saved as PNG when it has transparency, else as JPEG.
+    metadata.SetFormatSettings({PhotoUtil::CreateFormatSettings("png"), PhotoUtil::CreateFormatSettings("jpeg")});
+    SettingsSave save = MakeSaveSettings({}, {}, {}, metadata);
+
+    auto engine = std::make_shared<CoreEngine>(std::move(source), sessionId, options.pixelLimit);
+    engine->SetInitialFrame(first);
+    EditingCorePtr core = Assemble(engine, std::move(metadata), std::move(save), options);
+    VLOG(30) << "Core " << sessionId << " made for a picture of " << info.width << "x" << info.height;
+    return core;
+}
+
+bool IsDeepImage(const QImage& image)
+{
+    switch (image.format()) {
+    case QImage::Format_RGBA64:
+    case QImage::Format_RGBX64:
+    case QImage::Format_RGBA64_Premultiplied:
+    case QImage::Format_Grayscale16:
+        return true;
+    default:
+        return false;
+    }
+}
+
+} // namespace
+
+PhotoCorePtr PhotoCoreFactory::Create(const ioPath& path, const std::string& key, const CoreCreateOptions& options)
+{
+    return CreateFromFile(path, key, options, NewSessionId());
+}
+
+PhotoCorePtr PhotoCoreFactory::Create(const QImage& image, ImageSource source, const CoreCreateOptions& options)
+{
+    if (image.isNull() || image.width() <= 0 || image.height() <= 0)
+        throw PhotoCoreException("Cannot open the picture: it is empty");
+    // The conversion to the working layout is the only pixel work done on the calling thread.
+    const bool deep = IsDeepImage(image);
+    auto converted = std::make_shared<QImage>(image.convertToFormat(deep ? QImage::Format_RGBA64
+                                                                         : QImage::Format_ARGB32));
+    if (converted->isNull())
+        throw PhotoCoreException("Cannot open the picture: there is not enough memory to take it over");
+    Conf::FrameInfo info;
+    info.width = converted->width();
+    info.height = converted->height();
+    std::uint8_t* bits = converted->bits(); // detaches from the caller's image
+    Proc::DataVideoPtr frame = Proc::WrapDataVideo(info, deep ? Proc::PIX_FMT_RGBA64 : Proc::PIX_FMT_BGRA32,
+                                                   converted->bytesPerLine(), bits, converted);
+    const bool hasAlpha = image.hasAlphaChannel();
+    frame->SetOpaque(!hasAlpha || FrameOps::MinAlpha(*frame) == 255);
+    const double dpi = image.dotsPerMeterX() > 0 ? image.dotsPerMeterX() * kInchesPerMetre : 72.0;
+    return CreateFromFrame(frame, hasAlpha, std::round(dpi * 100.0) / 100.0, source, options, NewSessionId());
+}
+
+PhotoCorePtr PhotoCoreFactory::Restore(const ioPath& folder, const CoreCreateOptions& options)
+{
+    const std::string stateFile = (folder / CoreSessionState::kStateFile).utf8string();
+    auto fail = [&](const std::string& reason) {
+        return PhotoCoreException("Cannot restore the session in \"" + folder.utf8string() + "\": " + reason);
+    };
+    QFile file(FromUtf8(stateFile));
+    if (!file.open(QIODevice::ReadOnly))
+        throw fail("its state file cannot be read");
+    const QByteArray text = file.readAll();
+    CoreSessionState state;
+    try {
+        PhotoUtil::CreateStringSerializer()->DeserializeFromString(text.toStdString(), state);
+    } catch (const std::exception& e) {
+        throw fail(e.what());
+    }
+
+    EditingCorePtr core;
+    if (!state.sourcePath.empty()) {
+        core = CreateFromFile(ioPath(state.sourcePath), state.key, options, state.sessionId);
+        core->GetEngine().SetFileBaseline(state.fileSize, state.fileModifiedMs);
+    } else {
+        const std::string picture = (folder / CoreSessionState::kPictureFile).utf8string();
+        if (!QFileInfo::exists(FromUtf8(picture)))
+            throw fail("the picture of the session is missing");
+        Proc::DataVideoPtr frame;
+        bool hasAlpha = false;
+        try {
+            const ImageHeader header = ImageDecoder::ReadHeader(picture);
+            hasAlpha = header.hasAlpha;
+            frame = ImageDecoder::DecodeFull(picture, header, DecodeOptions {}).frame;
+        } catch (const std::exception& e) {
+            throw fail(std::string("its picture cannot be read: ") + e.what());
+        }
+        CoreCreateOptions pictureOptions = options;
+        pictureOptions.pixelLimit = 0; // it was reduced, if at all, when it was first taken over
+        core = CreateFromFrame(frame, hasAlpha, 72.0, ImageSource(state.imageSource), pictureOptions,
+                               state.sessionId);
+    }
+    if (!state.fileName.empty())
+        core->GetEngine().SetFileName(state.fileName);
+    core->GetEngine().RestoreHistory(state.history);
+    VLOG(30) << "Core " << state.sessionId << " restored from " << folder.utf8string() << " with "
+             << state.history.steps.size() << " edits";
+    return core;
+}
+
+} // namespace Quelto::Lumindra::PhotoCore
