@@ -7,6 +7,7 @@
 
 #include "core/Exception.h"
 #include "proc/ParallelBands.h"
+#include "proc/ResampleKernels.h"
 
 namespace Quelto::Lumindra::Proc {
 
@@ -49,6 +50,22 @@ void HalveRows(const IDataVideo& src, IDataVideo& dst, int rowBegin, int rowEnd)
         if (pairs < dw) {
             for (int c = 0; c < C; ++c)
                 out[pairs * C + c] = T((unsigned(r0[2 * C * pairs + c]) + r1[2 * C * pairs + c] + 1) / 2);
+        }
+    }
+}
+
+void HalveOpaqueBgra(const IDataVideo& src, IDataVideo& dst, int rowBegin, int rowEnd)
+{
+    const int sw = src.GetFrameInfo().width, sh = src.GetFrameInfo().height;
+    const int pairs = sw / 2;
+    for (int y = rowBegin; y < rowEnd; ++y) {
+        const std::uint8_t* r0 = src.GetData() + std::size_t(2 * y) * src.GetStride();
+        const std::uint8_t* r1 = src.GetData() + std::size_t(std::min(2 * y + 1, sh - 1)) * src.GetStride();
+        std::uint8_t* out = dst.GetMutableData() + std::size_t(y) * dst.GetStride();
+        ResampleKernels::HalveRowBgra(r0, r1, out, pairs);
+        if (pairs < dst.GetFrameInfo().width) {
+            for (int c = 0; c < 4; ++c)
+                out[4 * pairs + c] = std::uint8_t((unsigned(r0[8 * pairs + c]) + r1[8 * pairs + c] + 1) / 2);
         }
     }
 }
@@ -171,7 +188,7 @@ DataVideoPtr HalveDataVideo(const IDataVideo& source)
         halve = source.IsOpaque() ? &HalveRows<std::uint16_t, 4> : &HalveRowsWithAlpha<std::uint16_t>;
         break;
     case PIX_FMT_BGRA32:
-        halve = source.IsOpaque() ? &HalveRows<std::uint8_t, 4> : &HalveRowsWithAlpha<std::uint8_t>;
+        halve = source.IsOpaque() ? &HalveOpaqueBgra : &HalveRowsWithAlpha<std::uint8_t>;
         break;
     default:
         halve = &HalveRows<std::uint8_t, 3>;

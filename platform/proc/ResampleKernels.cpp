@@ -9,6 +9,11 @@
 #if defined(__x86_64__) || defined(__i386__)
 #include <immintrin.h>
 #define LUMINDRA_HAVE_AVX2_PATH 1
+// The float loops are also compiled for AVX2 and FMA; their bodies must be inlined into
+// that copy to get the wider instructions.
+#define LUMINDRA_INLINE __attribute__((always_inline)) inline
+#else
+#define LUMINDRA_INLINE inline
 #endif
 
 namespace Quelto::Lumindra::Proc::ResampleKernels {
@@ -59,7 +64,7 @@ void VerticalMiddleScalar(const std::uint8_t* const* rows, int taps, const std::
 }
 
 template <int C>
-void HorizontalMiddleScalar(const std::int16_t* in, std::uint8_t* out, const ResampleWeights& weights, int begin)
+LUMINDRA_INLINE void HorizontalMiddleScalar(const std::int16_t* in, std::uint8_t* out, const ResampleWeights& weights, int begin)
 {
     const int taps = weights.GetTaps();
     for (int x = begin; x < weights.GetTargetSize(); ++x) {
@@ -74,6 +79,15 @@ void HorizontalMiddleScalar(const std::int16_t* in, std::uint8_t* out, const Res
         }
         for (int c = 0; c < C; ++c)
             out[C * x + c] = ClampU8(acc[c] >> (kWeightBits + kMiddleBits));
+    }
+}
+
+void HalveRowBgraScalar(const std::uint8_t* row0, const std::uint8_t* row1, std::uint8_t* out, int begin, int pairs)
+{
+    for (int i = 4 * begin; i < 4 * pairs; ++i) {
+        const int x = i / 4, c = i % 4;
+        const unsigned sum = unsigned(row0[8 * x + c]) + row0[8 * x + 4 + c] + row1[8 * x + c] + row1[8 * x + 4 + c];
+        out[i] = std::uint8_t((sum + 2) / 4);
     }
 }
 
@@ -224,28 +238,38 @@ __attribute__((target("avx2"))) void HorizontalMiddleBgraAvx2(const std::int16_t
 #endif // LUMINDRA_HAVE_AVX2_PATH
 
 template <class T, int Max>
-void VerticalPremultiplied(const std::uint8_t* const* rows, int taps, const float* w, float* out, int width)
+LUMINDRA_INLINE void PremultiplyRow(const std::uint8_t* row, float* out, int width)
 {
     constexpr float kInvMax = 1.0f / Max;
-    std::fill(out, out + 4 * std::size_t(width), 0.0f);
-    for (int k = 0; k < taps; ++k) {
-        const T* row = reinterpret_cast<const T*>(rows[k]);
+    const T* p = reinterpret_cast<const T*>(row);
+    for (int x = 0; x < width; ++x) {
+        const float a = float(p[4 * x + 3]);
+        const float scale = a * kInvMax;
+        out[4 * x + 0] = float(p[4 * x + 0]) * scale;
+        out[4 * x + 1] = float(p[4 * x + 1]) * scale;
+        out[4 * x + 2] = float(p[4 * x + 2]) * scale;
+        out[4 * x + 3] = a;
+    }
+}
+
+LUMINDRA_INLINE void VerticalFloatBody(const float* const* rows, int taps, const float* w, float* out, int count)
+{
+    const float* first = rows[0];
+    const float w0 = w[0];
+    for (int i = 0; i < count; ++i)
+        out[i] = w0 * first[i];
+    for (int k = 1; k < taps; ++k) {
+        const float* row = rows[k];
         const float wk = w[k];
         if (wk == 0.0f)
             continue;
-        for (int x = 0; x < width; ++x) {
-            const float a = float(row[4 * x + 3]);
-            const float wa = wk * a * kInvMax;
-            out[4 * x + 0] += wa * float(row[4 * x + 0]);
-            out[4 * x + 1] += wa * float(row[4 * x + 1]);
-            out[4 * x + 2] += wa * float(row[4 * x + 2]);
-            out[4 * x + 3] += wk * a;
-        }
+        for (int i = 0; i < count; ++i)
+            out[i] += wk * row[i];
     }
 }
 
 template <class T, int Max>
-void HorizontalPremultiplied(const float* in, T* out, const ResampleWeights& weights)
+LUMINDRA_INLINE void HorizontalPremultiplied(const float* in, T* out, const ResampleWeights& weights)
 {
     const int taps = weights.GetTaps();
     for (int x = 0; x < weights.GetTargetSize(); ++x) {
@@ -262,12 +286,123 @@ void HorizontalPremultiplied(const float* in, T* out, const ResampleWeights& wei
             q[0] = q[1] = q[2] = q[3] = 0;
             continue;
         }
+        // Clamped first, so that adding a half and truncating rounds to nearest.
         const float unpremultiply = float(Max) / alpha;
         for (int c = 0; c < 3; ++c)
-            q[c] = T(std::clamp(std::lround(acc[c] * unpremultiply), 0L, long(Max)));
-        q[3] = T(std::lround(alpha));
+            q[c] = T(std::clamp(acc[c] * unpremultiply, 0.0f, float(Max)) + 0.5f);
+        q[3] = T(alpha + 0.5f);
     }
 }
+
+#ifdef LUMINDRA_HAVE_AVX2_PATH
+
+bool CpuHasAvx2Fma()
+{
+    static const bool has = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
+    return has;
+}
+
+__attribute__((target("avx2,fma"))) void PremultiplyRow8Avx2(const std::uint8_t* row, float* out, int width)
+{
+    PremultiplyRow<std::uint8_t, 255>(row, out, width);
+}
+
+__attribute__((target("avx2,fma"))) void PremultiplyRow16Avx2(const std::uint8_t* row, float* out, int width)
+{
+    PremultiplyRow<std::uint16_t, 65535>(row, out, width);
+}
+
+__attribute__((target("avx2,fma"))) void VerticalFloatAvx2(const float* const* rows, int taps, const float* w,
+                                                          float* out, int count)
+{
+    VerticalFloatBody(rows, taps, w, out, count);
+}
+
+// One pixel's four premultiplied sums per 128-bit register; then back to straight alpha.
+template <class T, int Max>
+__attribute__((target("avx2,fma"))) inline void HorizontalPremultipliedAvx2(const float* in, T* out,
+                                                                           const ResampleWeights& weights)
+{
+    const int taps = weights.GetTaps();
+    const __m128 maxValue = _mm_set1_ps(float(Max));
+    const __m128 half = _mm_set1_ps(0.5f);
+    const __m128 zero = _mm_setzero_ps();
+    for (int x = 0; x < weights.GetTargetSize(); ++x) {
+        const float* p = in + 4 * std::size_t(weights.GetStart(x));
+        const float* w = weights.GetFloatWeights(x);
+        __m128 acc0 = _mm_setzero_ps(), acc1 = _mm_setzero_ps();
+        int k = 0;
+        for (; k + 2 <= taps; k += 2) {
+            acc0 = _mm_fmadd_ps(_mm_broadcast_ss(w + k), _mm_loadu_ps(p + 4 * k), acc0);
+            acc1 = _mm_fmadd_ps(_mm_broadcast_ss(w + k + 1), _mm_loadu_ps(p + 4 * k + 4), acc1);
+        }
+        if (k < taps)
+            acc0 = _mm_fmadd_ps(_mm_broadcast_ss(w + k), _mm_loadu_ps(p + 4 * k), acc0);
+        const __m128 sum = _mm_add_ps(acc0, acc1);
+        const __m128 alpha = _mm_min_ps(_mm_shuffle_ps(sum, sum, _MM_SHUFFLE(3, 3, 3, 3)), maxValue);
+        T* q = out + 4 * std::size_t(x);
+        if (_mm_cvtss_f32(alpha) < 0.5f) {
+            q[0] = q[1] = q[2] = q[3] = 0;
+            continue;
+        }
+        // Colour times max / alpha; the alpha lane is replaced by alpha itself.
+        __m128 straight = _mm_blend_ps(_mm_div_ps(_mm_mul_ps(sum, maxValue), alpha), alpha, 0x8);
+        straight = _mm_add_ps(_mm_min_ps(_mm_max_ps(straight, zero), maxValue), half);
+        const __m128i values = _mm_cvttps_epi32(straight);
+        if constexpr (Max == 255) {
+            const __m128i bytes = _mm_packus_epi16(_mm_packs_epi32(values, values), values);
+            const std::int32_t pixel = _mm_cvtsi128_si32(bytes);
+            std::memcpy(q, &pixel, 4);
+        } else {
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(q), _mm_packus_epi32(values, values));
+        }
+    }
+}
+
+__attribute__((target("avx2,fma"))) void HorizontalPremultipliedTo8Avx2(const float* in, std::uint8_t* out,
+                                                                       const ResampleWeights& weights)
+{
+    HorizontalPremultipliedAvx2<std::uint8_t, 255>(in, out, weights);
+}
+
+__attribute__((target("avx2,fma"))) void HorizontalPremultipliedTo16Avx2(const float* in, std::uint16_t* out,
+                                                                        const ResampleWeights& weights)
+{
+    HorizontalPremultipliedAvx2<std::uint16_t, 65535>(in, out, weights);
+}
+
+// Neighbouring pixels' bytes regrouped side by side, then summed in pairs by a multiply-add
+// with ones: eight output pixels from sixteen source pixels of each row per step.
+__attribute__((target("avx2"))) void HalveRowBgraAvx2(const std::uint8_t* row0, const std::uint8_t* row1,
+                                                     std::uint8_t* out, int pairs)
+{
+    const __m256i regroup = _mm256_setr_epi8(0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15, 0, 4, 1, 5, 2, 6,
+                                             3, 7, 8, 12, 9, 13, 10, 14, 11, 15);
+    const __m256i ones = _mm256_set1_epi8(1);
+    const __m256i two = _mm256_set1_epi16(2);
+    auto sums = [&](int offset) __attribute__((target("avx2"))) {
+        const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(row0 + offset));
+        const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(row1 + offset));
+        const __m256i sum = _mm256_add_epi16(_mm256_maddubs_epi16(_mm256_shuffle_epi8(a, regroup), ones),
+                                             _mm256_maddubs_epi16(_mm256_shuffle_epi8(b, regroup), ones));
+        return _mm256_srli_epi16(_mm256_add_epi16(sum, two), 2);
+    };
+    int x = 0;
+    for (; x + 8 <= pairs; x += 8) {
+        const __m256i packed = _mm256_packus_epi16(sums(8 * x), sums(8 * x + 32));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + 4 * x), _mm256_permute4x64_epi64(packed, 0xd8));
+    }
+    HalveRowBgraScalar(row0, row1, out, x, pairs);
+}
+
+#define LUMINDRA_DISPATCH_FLOAT(vectorCall)      \
+    if (IsVectorEnabled() && CpuHasAvx2Fma()) { \
+        vectorCall;                              \
+        return;                                  \
+    }
+#else
+#define LUMINDRA_DISPATCH_FLOAT(vectorCall)
+#endif
 
 } // namespace
 
@@ -305,6 +440,30 @@ void VerticalMiddle(const std::uint8_t* const* rows, int taps, const std::int16_
 
 void HorizontalMiddle(const std::int16_t* in, std::uint8_t* out, int channels, const ResampleWeights& weights)
 {
+#ifdef LUMINDRA_HAVE_AVX2_PATH
+    if (channels == 3 && IsVectorEnabled() && CpuHasAvx2() && weights.HasPairedWeights()) {
+        // Three channels go through the four-channel loop with a fourth of zeros: the
+        // channels never mix, so the bytes are those of the three-channel loop.
+        thread_local std::vector<std::int16_t> wide;
+        thread_local std::vector<std::uint8_t> wideOut;
+        const int sourceWidth = weights.GetSourceSize(), targetWidth = weights.GetTargetSize();
+        wide.resize(4 * std::size_t(sourceWidth));
+        wideOut.resize(4 * std::size_t(targetWidth));
+        for (int x = 0; x < sourceWidth; ++x) {
+            wide[4 * std::size_t(x) + 0] = in[3 * x + 0];
+            wide[4 * std::size_t(x) + 1] = in[3 * x + 1];
+            wide[4 * std::size_t(x) + 2] = in[3 * x + 2];
+            wide[4 * std::size_t(x) + 3] = 0;
+        }
+        HorizontalMiddleBgraAvx2(wide.data(), wideOut.data(), weights);
+        for (int x = 0; x < targetWidth; ++x) {
+            out[3 * x + 0] = wideOut[4 * std::size_t(x) + 0];
+            out[3 * x + 1] = wideOut[4 * std::size_t(x) + 1];
+            out[3 * x + 2] = wideOut[4 * std::size_t(x) + 2];
+        }
+        return;
+    }
+#endif
     if (channels == 4) {
 #ifdef LUMINDRA_HAVE_AVX2_PATH
         if (IsVectorEnabled() && CpuHasAvx2() && weights.HasPairedWeights()) {
@@ -318,24 +477,45 @@ void HorizontalMiddle(const std::int16_t* in, std::uint8_t* out, int channels, c
     }
 }
 
-void VerticalPremultiplied8(const std::uint8_t* const* rows, int taps, const float* weights, float* out, int width)
+void PremultiplyRow8(const std::uint8_t* row, float* out, int width)
 {
-    VerticalPremultiplied<std::uint8_t, 255>(rows, taps, weights, out, width);
+    LUMINDRA_DISPATCH_FLOAT(PremultiplyRow8Avx2(row, out, width))
+    PremultiplyRow<std::uint8_t, 255>(row, out, width);
 }
 
-void VerticalPremultiplied16(const std::uint8_t* const* rows, int taps, const float* weights, float* out, int width)
+void PremultiplyRow16(const std::uint8_t* row, float* out, int width)
 {
-    VerticalPremultiplied<std::uint16_t, 65535>(rows, taps, weights, out, width);
+    LUMINDRA_DISPATCH_FLOAT(PremultiplyRow16Avx2(row, out, width))
+    PremultiplyRow<std::uint16_t, 65535>(row, out, width);
+}
+
+void VerticalFloat(const float* const* rows, int taps, const float* weights, float* out, int count)
+{
+    LUMINDRA_DISPATCH_FLOAT(VerticalFloatAvx2(rows, taps, weights, out, count))
+    VerticalFloatBody(rows, taps, weights, out, count);
 }
 
 void HorizontalPremultipliedTo8(const float* in, std::uint8_t* out, const ResampleWeights& weights)
 {
+    LUMINDRA_DISPATCH_FLOAT(HorizontalPremultipliedTo8Avx2(in, out, weights))
     HorizontalPremultiplied<std::uint8_t, 255>(in, out, weights);
 }
 
 void HorizontalPremultipliedTo16(const float* in, std::uint16_t* out, const ResampleWeights& weights)
 {
+    LUMINDRA_DISPATCH_FLOAT(HorizontalPremultipliedTo16Avx2(in, out, weights))
     HorizontalPremultiplied<std::uint16_t, 65535>(in, out, weights);
+}
+
+void HalveRowBgra(const std::uint8_t* row0, const std::uint8_t* row1, std::uint8_t* out, int pairs)
+{
+#ifdef LUMINDRA_HAVE_AVX2_PATH
+    if (IsVectorEnabled() && CpuHasAvx2()) {
+        HalveRowBgraAvx2(row0, row1, out, pairs);
+        return;
+    }
+#endif
+    HalveRowBgraScalar(row0, row1, out, 0, pairs);
 }
 
 } // namespace Quelto::Lumindra::Proc::ResampleKernels

@@ -32,15 +32,22 @@ void VerticalMiddle(const std::uint8_t* const* rows, int taps, const std::int16_
 // One row of such 16-bit samples, `channels` a pixel, to weights.GetTargetSize() 8-bit pixels.
 void HorizontalMiddle(const std::int16_t* in, std::uint8_t* out, int channels, const ResampleWeights& weights);
 
-// Vertical pass over straight-alpha rows with alpha last (BGRA 8-bit or RGBA 16-bit) into
-// premultiplied float pixels (colour times alpha / max, alpha as is), `width` pixels.
-void VerticalPremultiplied8(const std::uint8_t* const* rows, int taps, const float* weights, float* out, int width);
-void VerticalPremultiplied16(const std::uint8_t* const* rows, int taps, const float* weights, float* out, int width);
+// One row of straight-alpha pixels with alpha last (BGRA 8-bit or RGBA 16-bit) as
+// premultiplied float pixels: colour times alpha / max, alpha as it is.
+void PremultiplyRow8(const std::uint8_t* row, float* out, int width);
+void PremultiplyRow16(const std::uint8_t* row, float* out, int width);
+
+// out[i] = sum over k of weights[k] * rows[k][i], for `count` floats.
+void VerticalFloat(const float* const* rows, int taps, const float* weights, float* out, int count);
 
 // Horizontal pass of premultiplied float pixels, then back to straight alpha in the
 // destination depth, rounded and clamped. Fully transparent results are all zero.
 void HorizontalPremultipliedTo8(const float* in, std::uint8_t* out, const ResampleWeights& weights);
 void HorizontalPremultipliedTo16(const float* in, std::uint16_t* out, const ResampleWeights& weights);
+
+// One row of 2x2 averages of 8-bit four-channel pixels, exactly rounded ((sum + 2) / 4), from
+// two source rows: `pairs` output pixels, each from two whole source pixels per row.
+void HalveRowBgra(const std::uint8_t* row0, const std::uint8_t* row1, std::uint8_t* out, int pairs);
 
 } // namespace ResampleKernels
 

@@ -47,22 +47,40 @@ void ResizeFixedPoint(const IDataVideo& source, IDataVideo& target, const Resamp
     }
 }
 
+// Each source row is premultiplied once into a ring of as many rows as the vertical filter
+// has taps; the rows an output row needs always fit, since the windows only move down.
 void ResizePremultiplied(const IDataVideo& source, IDataVideo& target, const ResampleWeights& wx,
                          const ResampleWeights& wy, int rowBegin, int rowEnd)
 {
     const bool deep = source.GetPixFmt() == PIX_FMT_RGBA64;
     const int width = source.GetFrameInfo().width;
-    std::vector<float> column(4 * std::size_t(width));
+    const int taps = wy.GetTaps();
+    const std::size_t rowFloats = 4 * std::size_t(width);
+    std::vector<float> ring(rowFloats * std::size_t(taps));
+    std::vector<int> ringRow(static_cast<std::size_t>(taps), -1); // source row held by each slot
+    std::vector<const float*> rows(static_cast<std::size_t>(taps));
+    std::vector<float> column(rowFloats);
     for (int y = rowBegin; y < rowEnd; ++y) {
-        const auto rows = RowPointers(source, wy.GetStart(y), wy.GetTaps());
-        std::uint8_t* out = target.GetMutableData() + std::size_t(y) * target.GetStride();
-        if (deep) {
-            ResampleKernels::VerticalPremultiplied16(rows.data(), wy.GetTaps(), wy.GetFloatWeights(y), column.data(), width);
-            ResampleKernels::HorizontalPremultipliedTo16(column.data(), reinterpret_cast<std::uint16_t*>(out), wx);
-        } else {
-            ResampleKernels::VerticalPremultiplied8(rows.data(), wy.GetTaps(), wy.GetFloatWeights(y), column.data(), width);
-            ResampleKernels::HorizontalPremultipliedTo8(column.data(), out, wx);
+        for (int k = 0; k < taps; ++k) {
+            const int sourceRow = wy.GetStart(y) + k;
+            const std::size_t slot = std::size_t(sourceRow % taps);
+            float* held = &ring[slot * rowFloats];
+            if (ringRow[slot] != sourceRow) {
+                const std::uint8_t* in = source.GetData() + std::size_t(sourceRow) * source.GetStride();
+                if (deep)
+                    ResampleKernels::PremultiplyRow16(in, held, width);
+                else
+                    ResampleKernels::PremultiplyRow8(in, held, width);
+                ringRow[slot] = sourceRow;
+            }
+            rows[std::size_t(k)] = held;
         }
+        ResampleKernels::VerticalFloat(rows.data(), taps, wy.GetFloatWeights(y), column.data(), int(rowFloats));
+        std::uint8_t* out = target.GetMutableData() + std::size_t(y) * target.GetStride();
+        if (deep)
+            ResampleKernels::HorizontalPremultipliedTo16(column.data(), reinterpret_cast<std::uint16_t*>(out), wx);
+        else
+            ResampleKernels::HorizontalPremultipliedTo8(column.data(), out, wx);
     }
 }
 

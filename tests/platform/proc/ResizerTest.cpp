@@ -412,23 +412,40 @@ public:
     ~VectorPathGuard() { Proc::ResampleKernels::SetVectorEnabled(true); }
 };
 
-TEST(ResizerTest, VectorAndPortableLoopsAgreeExactly)
+TEST(ResizerTest, VectorAndPortableLoopsAgree)
 {
     VectorPathGuard guard;
     struct Case {
-        int format, width, height, targetWidth, targetHeight;
+        int format;
+        bool transparent;
+        int width, height, targetWidth, targetHeight;
+        int tolerance; // fixed point is exact; float may round a last bit differently with FMA
     };
-    for (const Case& c : {Case {Proc::PIX_FMT_BGRA32, 333, 97, 101, 37}, Case {Proc::PIX_FMT_BGRA32, 101, 37, 333, 97},
-                          Case {Proc::PIX_FMT_BGRA32, 50, 50, 49, 51}, Case {Proc::PIX_FMT_BGRA32, 9, 9, 4, 4},
-                          Case {Proc::PIX_FMT_RGB24, 333, 97, 101, 37}, Case {Proc::PIX_FMT_BGR24, 17, 250, 11, 99}}) {
-        SCOPED_TRACE(::testing::Message() << c.format << " " << c.width << "x" << c.height << " to " << c.targetWidth
-                                          << "x" << c.targetHeight);
-        const DataVideoPtr frame = MakeNoiseFrame(c.format, c.width, c.height);
+    for (const Case& c : {Case {Proc::PIX_FMT_BGRA32, false, 333, 97, 101, 37, 0},
+                          Case {Proc::PIX_FMT_BGRA32, false, 101, 37, 333, 97, 0},
+                          Case {Proc::PIX_FMT_BGRA32, false, 50, 50, 49, 51, 0},
+                          Case {Proc::PIX_FMT_BGRA32, false, 9, 9, 4, 4, 0},
+                          Case {Proc::PIX_FMT_RGB24, false, 333, 97, 101, 37, 0},
+                          Case {Proc::PIX_FMT_BGR24, false, 17, 250, 11, 99, 0},
+                          Case {Proc::PIX_FMT_BGRA32, true, 333, 97, 101, 37, 1},
+                          Case {Proc::PIX_FMT_RGBA64, false, 101, 37, 333, 97, 1},
+                          Case {Proc::PIX_FMT_RGBA64, true, 333, 97, 101, 37, 1}}) {
+        SCOPED_TRACE(::testing::Message() << c.format << (c.transparent ? " transparent " : " ") << c.width << "x"
+                                          << c.height << " to " << c.targetWidth << "x" << c.targetHeight);
+        DataVideoPtr frame = MakeNoiseFrame(c.format, c.width, c.height);
+        if (c.transparent) {
+            const DataVideoPtr noise = frame;
+            frame = MakeFrame(c.format, c.width, c.height, [&](int x, int y) {
+                Rgba p = ReadPixel(*noise, x, y);
+                p[3] = p[1]; // alpha as varied as the colours
+                return p;
+            });
+        }
         Proc::ResampleKernels::SetVectorEnabled(true);
         const DataVideoPtr vector = Resize(frame, c.targetWidth, c.targetHeight, false);
         Proc::ResampleKernels::SetVectorEnabled(false);
         const DataVideoPtr portable = Resize(frame, c.targetWidth, c.targetHeight, false);
-        EXPECT_EQ(MaxDifference(*vector, *portable), 0);
+        EXPECT_LE(MaxDifference(*vector, *portable), c.tolerance);
     }
 }
 
