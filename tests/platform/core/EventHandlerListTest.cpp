@@ -188,7 +188,7 @@ private:
 TEST(EventHandlerListThreads, DeliveriesFromSeveralThreadsAreSerialised)
 {
     constexpr int kThreads = 4;
-    constexpr int kEventsPerThread = 2000;
+    constexpr int kEventsPerThread = 1000;
     OverlapProbe first, second;
     ProbeList list;
     list.RegisterEventHandler(&first);
