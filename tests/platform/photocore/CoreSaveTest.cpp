@@ -1,0 +1,144 @@
+// Saving through the IO engine: what is written, and that a failure leaves the target alone.
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QImageReader>
+
+#include <gtest/gtest.h>
+
+#include "CoreTestSupport.h"
+#include "photocore/PhotoCoreFactory.h"
+#include "support/TestSupport.h"
+
+namespace Quelto::Lumindra::PhotoCore {
+namespace {
+
+namespace T = ::Quelto::Lumindra::Test;
+using Meta = Proc::IImageMetadata;
+
+SettingsSave SaveAs(const IPhotoCore& core, const QString& path)
+{
+    SettingsSave settings = core.GetIOEngine().GetSaveSettings();
+    settings.SetFileName(path.toStdString());
+    settings.SetFileExt(QFileInfo(path).suffix().toStdString());
+    settings.SetCodecID({});
+    return settings;
+}
+
+QStringList PartFiles(const QString& folder)
+{
+    return QDir(folder).entryList({"*.part"}, QDir::Files | QDir::Hidden);
+}
+
+// An image stored turned (EXIF orientation 6) is written upright with orientation 1, with its
+// other metadata kept, and the core counts as saved under the new name.
+TEST(CoreSave, WritesTheUprightPictureWithOrientationOneAndItsMetadata)
+{
+    T::Sandbox sandbox;
+    PhotoCorePtr core = PhotoCoreFactory::Create(
+        ioPath(T::TestDataPathUtf8("exif-samples/jpg/orientation/landscape_6.jpg")), "k");
+    core->ApplyEffect(Proc::EffectSettingsImpl::Create(Proc::SettingsFlip(true)));
+    const QImage shown = T::CurrentImage(*core);
+    SettingsSave settings = SaveAs(*core, sandbox.FilePath("out.jpg"));
+    settings.MetadataSettingsRef().GetMetadata().SetTag(Meta::EXIF, Meta::BLOCK_IMAGE, Meta::TAG_ARTIST, "Someone");
+    ASSERT_EQ(core->GetIOEngine().Save(settings), IPhotoCoreIO::SaveResultSuccess);
+    EXPECT_TRUE(core->GetIOEngine().IsSaved());
+    EXPECT_EQ(core->GetFrameSettings(-1).GetGeneral().GetFileName(), sandbox.FilePathUtf8("out.jpg"));
+    EXPECT_TRUE(PartFiles(sandbox.Path()).isEmpty());
+
+    PhotoCorePtr reopened = PhotoCoreFactory::Create(ioPath(sandbox.FilePathUtf8("out.jpg")), "k");
+    const Meta& meta = reopened->GetIOEngine().GetMetadataSettings().GetMetadata();
+    PhotoCorePtr upright = PhotoCoreFactory::Create(
+        ioPath(T::TestDataPathUtf8("exif-samples/jpg/orientation/landscape_1.jpg")), "k");
+    const auto orientation = [](const IPhotoCore& c) {
+        return c.GetIOEngine().GetMetadataSettings().GetMetadata().GetTag(Meta::EXIF, Meta::BLOCK_IMAGE,
+                                                                           Meta::TAG_ORIENTATION);
+    };
+    EXPECT_EQ(orientation(*reopened), orientation(*upright));
+    EXPECT_EQ(meta.GetTag(Meta::EXIF, Meta::BLOCK_IMAGE, Meta::TAG_ARTIST).Get(Meta::TEXT_VALUE), "Someone");
+    const QImage written = T::CurrentImage(*reopened);
+    ASSERT_EQ(written.size(), shown.size());
+    EXPECT_GT(T::Psnr(written, shown), 30.0);
+}
+
+// A failed save returns a failure and leaves the previous file exactly as it was.
+TEST(CoreSave, FailuresLeaveTheTargetUntouched)
+{
+    T::Sandbox sandbox;
+    PhotoCorePtr core = PhotoCoreFactory::Create(ioPath(T::TestDataPathUtf8("exif-samples/jpg/Canon_40D.jpg")), "k");
+    IPhotoCoreIO& io = core->GetIOEngine();
+
+    EXPECT_EQ(io.Save(SaveAs(*core, sandbox.FilePath("picture.bmpx"))), IPhotoCoreIO::SaveResultFormatRefused);
+    EXPECT_EQ(io.Save(SaveAs(*core, sandbox.FilePath("no/such/folder/x.jpg"))), IPhotoCoreIO::SaveResultNotWritable);
+
+    ASSERT_TRUE(QDir(sandbox.Path()).mkdir("folder.jpg"));
+    EXPECT_EQ(io.Save(SaveAs(*core, sandbox.FilePath("folder.jpg"))), IPhotoCoreIO::SaveResultNotWritable);
+
+    // A name so long that the temporary file beside it cannot be made: the encoder fails.
+    const QString target = sandbox.FilePath(QString(240, QLatin1Char('k')) + ".jpg");
+    QFile previous(target);
+    ASSERT_TRUE(previous.open(QIODevice::WriteOnly));
+    previous.write("the previous contents");
+    previous.close();
+    EXPECT_EQ(io.Save(SaveAs(*core, target)), IPhotoCoreIO::SaveResultFailed);
+    EXPECT_FALSE(io.IsSaved() && io.GetSaveSettings().GetFileName() == target.toStdString());
+
+    // A codec the encoder does not have is refused before anything is written.
+    SettingsSave odd = SaveAs(*core, target);
+    odd.SetCodecID("bmp");
+    EXPECT_EQ(io.Save(odd), IPhotoCoreIO::SaveResultFormatRefused);
+
+    ASSERT_TRUE(previous.open(QIODevice::ReadOnly));
+    EXPECT_EQ(previous.readAll(), QByteArray("the previous contents"));
+    EXPECT_TRUE(PartFiles(sandbox.Path()).isEmpty());
+}
+
+struct SavedFormat {
+    const char* extension;
+    const char* qtFormat; // how Qt names what it reads back
+};
+
+class SaveFormats : public ::testing::TestWithParam<SavedFormat> {};
+
+TEST_P(SaveFormats, WriteAFileTheFormatReaderAccepts)
+{
+    T::Sandbox sandbox;
+    PhotoCorePtr core = PhotoCoreFactory::Create(T::MakeTestImage(64, 48), ImageSourcePaste);
+    const QString path = sandbox.FilePath(QStringLiteral("out.") + GetParam().extension);
+    ASSERT_EQ(core->GetIOEngine().Save(SaveAs(*core, path)), IPhotoCoreIO::SaveResultSuccess);
+    QImageReader reader(path);
+    EXPECT_EQ(reader.format(), QByteArray(GetParam().qtFormat));
+    EXPECT_EQ(reader.size(), QSize(64, 48));
+}
+
+INSTANTIATE_TEST_SUITE_P(CoreSave, SaveFormats,
+                         ::testing::Values(SavedFormat {"jpg", "jpeg"}, SavedFormat {"png", "png"},
+                                           SavedFormat {"tif", "tiff"}, SavedFormat {"webp", "webp"},
+                                           SavedFormat {"gif", "gif"}),
+                         [](const ::testing::TestParamInfo<SavedFormat>& info) { return std::string(info.param.extension); });
+
+// Saving over the file the core came from: the file changed, but the core made the change.
+TEST(CoreSave, SavingOverTheSourceKeepsTheCoreCurrent)
+{
+    T::Sandbox sandbox;
+    const QString path = sandbox.CopyTestData("exif-samples/jpg/Canon_40D.jpg");
+    PhotoCorePtr core = PhotoCoreFactory::Create(ioPath(path.toStdString()), "k");
+    QImage deep(32, 16, QImage::Format_RGBA64);
+    deep.fill(QColor::fromRgba64(1000, 2000, 30000, 65535));
+    PhotoCorePtr deepCore = PhotoCoreFactory::Create(deep, ImageSourceDrop);
+
+    ASSERT_EQ(core->GetIOEngine().Save(SaveAs(*core, path)), IPhotoCoreIO::SaveResultSuccess);
+    EXPECT_FALSE(core->HasHistoryOrFileChanged());
+    EXPECT_FALSE(core->HasUnsavedChanges());
+
+    // A 16-bit picture stays 16-bit in PNG.
+    const QString png = sandbox.FilePath("deep.png");
+    ASSERT_EQ(deepCore->GetIOEngine().Save(SaveAs(*deepCore, png)), IPhotoCoreIO::SaveResultSuccess);
+    PhotoCorePtr reopened = PhotoCoreFactory::Create(ioPath(png.toStdString()), "k");
+    ASSERT_TRUE(reopened->WaitForIdle(T::kDefaultWaitMs));
+    EXPECT_EQ(reopened->GetFrameSettings(-1).GetPixFmt(), Proc::PIX_FMT_RGBA64);
+}
+
+} // namespace
+} // namespace Quelto::Lumindra::PhotoCore

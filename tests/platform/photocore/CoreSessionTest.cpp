@@ -1,0 +1,156 @@
+// The session side of a core: its folder, the write-out of its whole state and the restore
+// from it, the description written when it is opened, and stored selections.
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+
+#include <gtest/gtest.h>
+
+#include "CoreTestSupport.h"
+#include "core/PhotoCoreException.h"
+#include "photocore/PhotoCoreFactory.h"
+#include "support/TestSupport.h"
+#include "util/Paths.h"
+
+namespace Quelto::Lumindra::PhotoCore {
+namespace {
+
+namespace T = ::Quelto::Lumindra::Test;
+using Proc::EffectSettingsImpl;
+
+// Every test keeps the application's temporary folder in its own sandbox.
+class CoreSession : public ::testing::Test {
+protected:
+    T::Sandbox sandbox_;
+    T::ScopedEnv temp_ {"LUMINDRA_TEMP_DIR", sandbox_.FilePath("temp").toUtf8()};
+
+    void Apply(IPhotoCore& core, const Proc::SettingsBase& settings)
+    {
+        core.ApplyEffect(EffectSettingsImpl::Create(settings));
+    }
+};
+
+TEST_F(CoreSession, SessionFolderIsTheTemporaryFolderAndTheSessionId)
+{
+    PhotoCorePtr a = PhotoCoreFactory::Create(ioPath(T::TestDataPathUtf8("exif-samples/jpg/Canon_40D.jpg")), "k");
+    PhotoCorePtr b = PhotoCoreFactory::Create(ioPath(T::TestDataPathUtf8("exif-samples/jpg/Canon_40D.jpg")), "k");
+    const IPhotoCoreIO& io = a->GetIOEngine();
+    EXPECT_NE(io.GetSessionId(), b->GetIOEngine().GetSessionId());
+    EXPECT_EQ(io.GetSessionFolder().utf8string(), Util::GetTempDirPath() + io.GetSessionId());
+    EXPECT_FALSE(QFileInfo::exists(QString::fromStdString(io.GetSessionFolder().utf8string())))
+        << "created only when first needed";
+
+    a->GetIOEngine().MarkOpened();
+    QFile description(QString::fromStdString((io.GetSessionFolder() / "session.json").utf8string()));
+    ASSERT_TRUE(description.open(QIODevice::ReadOnly));
+    const QByteArray text = description.readAll();
+    EXPECT_TRUE(text.contains(QByteArray::fromStdString(io.GetSessionId())));
+    EXPECT_TRUE(text.contains("Canon_40D.jpg"));
+}
+
+TEST_F(CoreSession, WriteOutAndRestoreGiveTheSamePixelsAndHistory)
+{
+    const QString path = sandbox_.CopyTestData("exif-samples/jpg/gps/DSCN0010.jpg");
+    PhotoCorePtr core = PhotoCoreFactory::Create(ioPath(path.toStdString()), "variant");
+    Apply(*core, Proc::SettingsRotate(1));
+    Proc::SettingsAdjust adjust;
+    adjust.saturation = -40.0;
+    adjust.contrast = 20.0;
+    Apply(*core, adjust);
+    Apply(*core, Proc::SettingsCrop(5, 6, 200, 300));
+    core->Undo(); // a redoable step is part of the state too
+    const QImage edited = T::CurrentImage(*core);
+    ASSERT_TRUE(core->GetSerializer()->WriteOut());
+
+    PhotoCorePtr restored = PhotoCoreFactory::Restore(core->GetIOEngine().GetSessionFolder());
+    EXPECT_EQ(T::MaxChannelDifference(T::CurrentImage(*restored), edited), 0);
+    EXPECT_EQ(restored->GetHistory(), core->GetHistory());
+    EXPECT_EQ(restored->GetRedoCount(), 1);
+    EXPECT_EQ(restored->GetIOEngine().GetSessionId(), core->GetIOEngine().GetSessionId());
+    EXPECT_EQ(restored->GetIOEngine().GetFilePath().utf8string(), path.toStdString());
+    EXPECT_TRUE(restored->HasUnsavedChanges());
+    restored->Redo();
+    EXPECT_EQ(T::CurrentImage(*restored).size(), QSize(200, 300));
+}
+
+TEST_F(CoreSession, APictureWithoutFileIsWrittenOutWithItsPixels)
+{
+    QImage picture = T::MakeTestImage(90, 70).convertToFormat(QImage::Format_ARGB32);
+    picture.setPixel(3, 3, qRgba(1, 2, 3, 4));
+    PhotoCorePtr core = PhotoCoreFactory::Create(picture, ImageSourcePaste);
+    Apply(*core, Proc::SettingsFlip(false));
+    const QImage edited = T::CurrentImage(*core);
+    ASSERT_TRUE(core->GetSerializer()->WriteOut());
+    EXPECT_TRUE(QFileInfo::exists(QString::fromStdString((core->GetIOEngine().GetSessionFolder() / "picture.png").utf8string())));
+
+    PhotoCorePtr restored = PhotoCoreFactory::Restore(core->GetIOEngine().GetSessionFolder());
+    EXPECT_EQ(T::MaxChannelDifference(T::CurrentImage(*restored), edited), 0);
+    EXPECT_TRUE(restored->GetIOEngine().GetFilePath().empty());
+    restored->Undo();
+    EXPECT_EQ(T::MaxChannelDifference(T::CurrentImage(*restored), picture), 0);
+}
+
+TEST_F(CoreSession, RestoreRefusesWhatCannotBeRestored)
+{
+    EXPECT_THROW(PhotoCoreFactory::Restore(ioPath(sandbox_.FilePathUtf8("nothing-here"))), PhotoCoreException);
+
+    const QString broken = sandbox_.FilePath("broken");
+    ASSERT_TRUE(QDir().mkpath(broken));
+    QFile state(broken + "/core.json");
+    ASSERT_TRUE(state.open(QIODevice::WriteOnly));
+    state.write("{\"version\": 1, \"sessionId\": \"x\", \"history\": [{\"class\": \"Unknown.Edit\"}]}");
+    state.close();
+    try {
+        PhotoCoreFactory::Restore(ioPath(broken.toStdString()));
+        ADD_FAILURE() << "restored a state with an unknown edit";
+    } catch (const PhotoCoreException& e) {
+        EXPECT_NE(std::string(e.what()).find("Unknown.Edit"), std::string::npos) << e.what();
+    }
+
+    // The source file went away.
+    const QString path = sandbox_.CopyTestData("exif-samples/jpg/Canon_40D.jpg");
+    PhotoCorePtr core = PhotoCoreFactory::Create(ioPath(path.toStdString()), "k");
+    ASSERT_TRUE(core->GetSerializer()->WriteOut());
+    ASSERT_TRUE(QFile::remove(path));
+    EXPECT_THROW(PhotoCoreFactory::Restore(core->GetIOEngine().GetSessionFolder()), PhotoCoreException);
+}
+
+TEST_F(CoreSession, SelectionsAreKeptInMemoryAndInTheSessionFolder)
+{
+    PhotoCorePtr core = PhotoCoreFactory::Create(ioPath(T::TestDataPathUtf8("exif-samples/jpg/Canon_40D.jpg")), "k");
+    const Proc::DataVideoPtr mask = T::MakeSolidFrame(40, 30, QColor(255, 255, 255, 128));
+    IPhotoCoreIO& io = core->GetIOEngine();
+    io.StoreSelection(ioPath("sky"), mask);
+    EXPECT_EQ(io.LoadSelection(ioPath("sky")), mask);
+    EXPECT_FALSE(io.LoadSelection(ioPath("ground")));
+    ASSERT_TRUE(core->WaitForIdle(T::kDefaultWaitMs)); // the file is written on the render thread
+    ASSERT_TRUE(core->GetSerializer()->WriteOut());
+
+    PhotoCorePtr restored = PhotoCoreFactory::Restore(io.GetSessionFolder());
+    const Proc::DataVideoPtr again = restored->GetIOEngine().LoadSelection(ioPath("sky"));
+    ASSERT_TRUE(again);
+    EXPECT_EQ(T::MaxChannelDifference(T::FrameImage(again), T::FrameImage(mask)), 0);
+
+    io.ReleaseSelection(ioPath("sky"));
+    EXPECT_FALSE(io.LoadSelection(ioPath("sky")) == mask);
+    ASSERT_TRUE(core->WaitForIdle(T::kDefaultWaitMs));
+    EXPECT_FALSE(io.LoadSelection(ioPath("sky")));
+}
+
+TEST_F(CoreSession, WriteOutFailsCleanlyWhenTheFolderCannotBeMade)
+{
+    // The temporary folder is a file: nothing can be created under it.
+    QFile blocker(sandbox_.FilePath("blocked"));
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    T::ScopedEnv temp("LUMINDRA_TEMP_DIR", sandbox_.FilePath("blocked").toUtf8());
+    PhotoCorePtr core = PhotoCoreFactory::Create(ioPath(T::TestDataPathUtf8("exif-samples/jpg/Canon_40D.jpg")), "k");
+    T::LogCapture log;
+    EXPECT_FALSE(core->GetSerializer()->WriteOut());
+    core->GetIOEngine().SaveSession();
+    EXPECT_GE(log.ProblemCount(), 2);
+}
+
+} // namespace
+} // namespace Quelto::Lumindra::PhotoCore
