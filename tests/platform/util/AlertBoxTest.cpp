@@ -90,12 +90,5 @@ TEST(LumindraAlertBox, StyledExtraButtonClosesTheDialogAndIsReported)
     EXPECT_EQ(box.GetClickedButton(), openFolder);
 }
 
-TEST(LumindraAlertBox, UnknownLevelIsShownAsInformation)
-{
-    EXPECT_EQ(LumindraAlertBox(7, QString(), QDialogButtonBox::Ok).GetLevel(), LumindraAlertBox::Information);
-    EXPECT_EQ(LumindraAlertBox(-1, QString(), QDialogButtonBox::Ok).GetLevel(), LumindraAlertBox::Information);
-    EXPECT_EQ(LumindraAlertBox(2, QString(), QDialogButtonBox::Ok).GetLevel(), LumindraAlertBox::Critical);
-}
-
 } // namespace
 } // namespace Quelto::Lumindra

@@ -26,12 +26,5 @@ TEST(SpontaneousDialog, PrefersTheRegisteredThenTheVisibleMainWindow)
     EXPECT_EQ(SpontaneousDialog::GetMainWindow(), shown.get());
 }
 
-TEST(StyleProvider, StartPagePreviewIsFourByThree)
-{
-    const QSizeF size = StyleProvider::StartPagePreviewSize();
-    EXPECT_GT(size.width(), 0.0);
-    EXPECT_DOUBLE_EQ(size.width() * 3.0, size.height() * 4.0);
-}
-
 } // namespace
 } // namespace Quelto::Lumindra

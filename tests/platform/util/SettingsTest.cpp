@@ -89,17 +89,5 @@ TEST_F(SettingsStoreTest, LanguageIsTheStoredChoiceElseTheSystemLanguage)
     EXPECT_EQ(look.GetLanguage(), system);
 }
 
-TEST(CustomizationManager, ProductNameCannotBeBlanked)
-{
-    CustomizationManager& custom = CustomizationManager::Instance();
-    const QString original = custom.GetProductName();
-    EXPECT_FALSE(original.isEmpty());
-    custom.SetProductName(QStringLiteral("  "));
-    EXPECT_EQ(custom.GetProductName(), original);
-    custom.SetProductName(QStringLiteral("Lumindra Studio"));
-    EXPECT_EQ(custom.GetProductName(), "Lumindra Studio");
-    custom.SetProductName(original);
-}
-
 } // namespace
 } // namespace Quelto::Lumindra::Util
