@@ -16,7 +16,8 @@ struct SyncExecutePolicy {
 // to them. Thread-safe: handlers may be added or removed from any thread, and from inside a
 // delivery on the same thread (both mutexes are recursive). A change made during a delivery
 // takes effect with the next event, because every delivery works on a copy of the list.
-// A handler must be removed before it dies.
+// A handler must be removed before it dies; removal waits for a delivery under way on another
+// thread, so a handler that blocks on the remover's thread while being delivered to deadlocks.
 template <class Handler>
 class EventPublisher {
 public:
@@ -63,14 +64,21 @@ protected:
             handlers_.push_back(h);
     }
 
+    // Once this returns, `h` is called no more: a delivery that another thread has under way
+    // (working on its copy of the list) is waited for. From inside a delivery on the same thread
+    // the recursive delivery mutex lets it through; the change then applies from the next event.
     void RemoveHandler(Handler* h)
     {
         if (!h)
             return;
-        std::lock_guard<std::recursive_mutex> lock(listMutex_);
-        auto it = std::find(handlers_.begin(), handlers_.end(), h);
-        if (it != handlers_.end())
+        {
+            std::lock_guard<std::recursive_mutex> lock(listMutex_);
+            auto it = std::find(handlers_.begin(), handlers_.end(), h);
+            if (it == handlers_.end())
+                return;
             handlers_.erase(it);
+        }
+        std::lock_guard<std::recursive_mutex> waitForDelivery(deliveryMutex_);
     }
 
 private:
