@@ -270,3 +270,47 @@ TEST(EventHandlerListThreads, RegistrationWhileAnotherThreadDeliversIsNeverLost)
 
 } // namespace
 } // namespace Quelto::Lumindra::Core
+
+namespace Quelto::Lumindra::Core {
+namespace {
+
+// A handler that is inside a delivery on another thread when it is removed must not be called
+// after the removal returns: its owner may destroy it right then.
+TEST(EventHandlerListThreads, UnregisterWaitsForADeliveryUnderWay)
+{
+    class Slow : public IProbeHandler {
+    public:
+        void OnEvent(int) override
+        {
+            entered = true;
+            while (!release)
+                std::this_thread::yield();
+            finished = true;
+        }
+        std::atomic<bool> entered {false}, release {false}, finished {false};
+    } slow;
+
+    ProbeList list;
+    list.RegisterEventHandler(&slow);
+    std::thread publisher([&] { list.PublishEvent(&IProbeHandler::OnEvent, 1); });
+    while (!slow.entered)
+        std::this_thread::yield();
+
+    std::atomic<bool> unregistered {false};
+    std::thread remover([&] {
+        list.UnregisterEventHandler(&slow);
+        unregistered = true;
+    });
+    // The remover is held while the delivery runs; releasing the delivery lets it finish.
+    for (int i = 0; i < 1000 && !unregistered; ++i)
+        std::this_thread::yield();
+    EXPECT_FALSE(unregistered);
+    slow.release = true;
+    remover.join();
+    publisher.join();
+    EXPECT_TRUE(slow.finished);
+    EXPECT_TRUE(list.GetHandlers().empty());
+}
+
+} // namespace
+} // namespace Quelto::Lumindra::Core
