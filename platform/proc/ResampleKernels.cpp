@@ -99,8 +99,8 @@ bool CpuHasAvx2()
     return has;
 }
 
-// Two rows per multiply-add, their 16-bit samples interleaved, 32 bytes per step; the sums
-// are left in eight 32-bit accumulators per step for the caller to narrow.
+// Two rows per multiply-add, their samples interleaved as 16-bit pairs, 32 bytes per step;
+// the sums are left in four 32-bit accumulators per step for the caller to narrow.
 template <class Store>
 __attribute__((target("avx2"))) inline int VerticalAvx2(const std::uint8_t* const* rows, int taps,
                                                         const std::int16_t* w, int count, int roundTerm, Store store)
@@ -123,21 +123,23 @@ __attribute__((target("avx2"))) inline int VerticalAvx2(const std::uint8_t* cons
     // An odd last row is paired with a row of zeros (its weight is zero too).
     alignas(32) static const std::uint8_t zeros[kStep] = {};
     const __m256i round = _mm256_set1_epi32(roundTerm);
+    const __m256i zero = _mm256_setzero_si256();
     int i = 0;
     for (; i + kStep <= count; i += kStep) {
         __m256i acc0 = round, acc1 = round, acc2 = round, acc3 = round;
         for (int k = 0; k < taps; k += 2) {
-            const std::uint8_t* ra = rows[k] + i;
             const std::uint8_t* rb = k + 1 < taps ? rows[k + 1] + i : zeros;
+            const __m256i a = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(rows[k] + i));
+            const __m256i b = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(rb));
+            // Bytes of the two rows side by side, then widened with zeros: 16-bit pairs
+            // (a, b) for the multiply-add, in an order that the packing undoes.
+            const __m256i abLow = _mm256_unpacklo_epi8(a, b);
+            const __m256i abHigh = _mm256_unpackhi_epi8(a, b);
             const __m256i wk = _mm256_set1_epi32(pairs[k / 2]);
-            const __m256i a0 = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(ra)));
-            const __m256i b0 = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(rb)));
-            const __m256i a1 = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(ra + 16)));
-            const __m256i b1 = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(rb + 16)));
-            acc0 = _mm256_add_epi32(acc0, _mm256_madd_epi16(_mm256_unpacklo_epi16(a0, b0), wk));
-            acc1 = _mm256_add_epi32(acc1, _mm256_madd_epi16(_mm256_unpackhi_epi16(a0, b0), wk));
-            acc2 = _mm256_add_epi32(acc2, _mm256_madd_epi16(_mm256_unpacklo_epi16(a1, b1), wk));
-            acc3 = _mm256_add_epi32(acc3, _mm256_madd_epi16(_mm256_unpackhi_epi16(a1, b1), wk));
+            acc0 = _mm256_add_epi32(acc0, _mm256_madd_epi16(_mm256_unpacklo_epi8(abLow, zero), wk));
+            acc1 = _mm256_add_epi32(acc1, _mm256_madd_epi16(_mm256_unpackhi_epi8(abLow, zero), wk));
+            acc2 = _mm256_add_epi32(acc2, _mm256_madd_epi16(_mm256_unpacklo_epi8(abHigh, zero), wk));
+            acc3 = _mm256_add_epi32(acc3, _mm256_madd_epi16(_mm256_unpackhi_epi8(abHigh, zero), wk));
         }
         store(i, acc0, acc1, acc2, acc3);
     }
@@ -150,13 +152,11 @@ __attribute__((target("avx2"))) void VerticalU8Avx2(const std::uint8_t* const* r
     const int done = VerticalAvx2(rows, taps, w, count, kRoundToByte,
                                   [out](int i, __m256i acc0, __m256i acc1, __m256i acc2, __m256i acc3)
                                       __attribute__((target("avx2"))) {
-        // The unpacks worked within 128-bit lanes; packing the two halves restores the order.
+        // acc0..acc3 hold samples [0-3 | 16-19], [4-7 | 20-23], [8-11 | 24-27], [12-15 | 28-31]:
+        // the lane-wise packs put them back in order.
         const __m256i words0 = _mm256_packs_epi32(_mm256_srai_epi32(acc0, kWeightBits), _mm256_srai_epi32(acc1, kWeightBits));
         const __m256i words1 = _mm256_packs_epi32(_mm256_srai_epi32(acc2, kWeightBits), _mm256_srai_epi32(acc3, kWeightBits));
-        const __m128i bytes0 = _mm_packus_epi16(_mm256_castsi256_si128(words0), _mm256_extracti128_si256(words0, 1));
-        const __m128i bytes1 = _mm_packus_epi16(_mm256_castsi256_si128(words1), _mm256_extracti128_si256(words1, 1));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i), bytes0);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + i + 16), bytes1);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), _mm256_packus_epi16(words0, words1));
     });
     VerticalU8Scalar(rows, taps, w, out, done, count);
 }
@@ -168,11 +168,11 @@ __attribute__((target("avx2"))) void VerticalMiddleAvx2(const std::uint8_t* cons
     const int done = VerticalAvx2(rows, taps, w, count, kRoundToMiddle,
                                   [out](int i, __m256i acc0, __m256i acc1, __m256i acc2, __m256i acc3)
                                       __attribute__((target("avx2"))) {
-        // Packing the two halves of each unpack restores the sample order.
+        // acc0..acc3 hold samples [0-3 | 16-19], [4-7 | 20-23], [8-11 | 24-27], [12-15 | 28-31].
         const __m256i words0 = _mm256_packs_epi32(_mm256_srai_epi32(acc0, kShift), _mm256_srai_epi32(acc1, kShift));
         const __m256i words1 = _mm256_packs_epi32(_mm256_srai_epi32(acc2, kShift), _mm256_srai_epi32(acc3, kShift));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), words0);
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i + 16), words1);
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), _mm256_permute2x128_si256(words0, words1, 0x20));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i + 16), _mm256_permute2x128_si256(words0, words1, 0x31));
     });
     VerticalMiddleScalar(rows, taps, w, out, done, count);
 }
