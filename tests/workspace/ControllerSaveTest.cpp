@@ -10,6 +10,7 @@
 
 #include "LumindraWorkspace/WorkspaceController.h"
 #include "ProviderFixture.h"
+#include "CaseName.h"
 #include "TestCore.h"
 #include "photocore/StatisticsEventHandler.h"
 
@@ -36,6 +37,7 @@ protected:
         factory.createFromFile = [fileName](const ioPath&, const std::string&, const PhotoCore::CoreCreateOptions&) {
             boost::intrusive_ptr<TS::TestCore> core(new TS::TestCore(1));
             core->frameSettings.GetGeneral().SetFileName(fileName);
+            core->filePath = ioPath("/photos/opened.jpg");
             core->frameSettings.SetFrameInfo({640, 480, 1.0});
             core->frameSettings.GetPassThrough().SetResolution(299.6);
             return PhotoCore::PhotoCorePtr(core);
@@ -126,6 +128,7 @@ TEST_F(ControllerSaveTest, SaveOverwriteRefusesFormatsItCannotWriteBack)
 }
 
 struct StatisticsCase {
+    const char* what;
     std::uint32_t result;
     std::int64_t size;
     const char* codec;
@@ -170,10 +173,12 @@ TEST_P(ControllerStatisticsTest, DescribeTheSave)
 
 INSTANTIATE_TEST_SUITE_P(
     Values, ControllerStatisticsTest,
-    ::testing::Values(StatisticsCase {0, 1536, "png", "png", Stats::VAL_RESULT_SUCCESS, "2", "PNG"},
-                      StatisticsCase {1, 1535, "jpeg", "jpg", Stats::VAL_RESULT_CANCEL, "1", "JPEG"},
-                      StatisticsCase {2, 0, "", "", Stats::VAL_RESULT_FAILURE, nullptr, nullptr},
-                      StatisticsCase {3, 0, "", "tif", Stats::VAL_RESULT_FAILURE, nullptr, "TIFF"}));
+    ::testing::Values(
+        StatisticsCase {"success, one and a half KiB round up", 0, 1536, "png", "png", Stats::VAL_RESULT_SUCCESS, "2", "PNG"},
+        StatisticsCase {"cancel, just under rounds down", 1, 1535, "jpeg", "jpg", Stats::VAL_RESULT_CANCEL, "1", "JPEG"},
+        StatisticsCase {"failure without size or format", 2, 0, "", "", Stats::VAL_RESULT_FAILURE, nullptr, nullptr},
+        StatisticsCase {"refused with extension only", 3, 0, "", "tif", Stats::VAL_RESULT_FAILURE, nullptr, "TIFF"}),
+    TS::CaseNamer());
 
 TEST_F(ControllerSaveTest, SessionSaveWritesThePreviewOnlyWhenSessionsAreShown)
 {
@@ -230,7 +235,8 @@ INSTANTIATE_TEST_SUITE_P(Shapes, PreviewTest,
                          ::testing::Values(PreviewCase {"exact size", {256, 192}, {256, 192}},
                                            PreviewCase {"wide panorama scales by height", {1600, 400}, {768, 192}},
                                            PreviewCase {"tall portrait scales by width", {400, 1200}, {256, 768}},
-                                           PreviewCase {"same aspect, larger", {1024, 768}, {256, 192}}));
+                                           PreviewCase {"same aspect, larger", {1024, 768}, {256, 192}}),
+                         TS::CaseNamer());
 
 TEST(PreviewEdgeTest, NothingToScaleGivesNoPreview)
 {

@@ -12,6 +12,7 @@
 #include <QSignalSpy>
 
 #include "LumindraWorkspace/IObjectsConnectorID.h"
+#include "CaseName.h"
 #include "ProviderFixture.h"
 #include "TestCore.h"
 #include "proc/EffectSettings.h"
@@ -46,6 +47,14 @@ protected:
         const std::string sentinel = Photo(QStringLiteral("sentinel%1.jpg").arg(++sentinels_));
         provider.OnFilePreloadRequest({"first", "second", keep.empty() ? sentinel : keep, sentinel});
         ASSERT_TRUE(TS::WaitUntil([&] { return recorder.Count(Name(sentinel)) > 0 && provider.GetCache().Find(Name(sentinel)); }));
+    }
+    // A text file that calls itself a JPEG.
+    std::string NotAnImage(const QString& name)
+    {
+        QFile file(sandbox_.FilePath(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("this is no picture\n");
+        return file.fileName().toStdString();
     }
     int sentinels_ = 0;
 };
@@ -127,7 +136,8 @@ TEST_P(ProviderRejectTest, SessionModeReusesTheCachedCoreWithoutAsking)
 
 INSTANTIATE_TEST_SUITE_P(Check, ProviderRejectTest,
                          ::testing::Values(RejectCase {"an unsaved edit", true, false},
-                                           RejectCase {"the file replaced on disk", false, true}));
+                                           RejectCase {"the file replaced on disk", false, true}),
+                         TS::CaseNamer());
 
 TEST_F(ProviderTest, FailedLoadIsRetriedOnceAfterEmptyingTheCache)
 {
@@ -155,7 +165,7 @@ TEST_F(ProviderTest, SecondFailureReachesTheCallerAndTheOpenFileStaysCurrent)
     recorder.Install(provider);
     const std::string a = Photo("a.jpg");
     Open(provider, a);
-    const std::string broken = sandbox_.CopyTestData(QStringLiteral("exif-samples/jpg/invalid/image01088.jpg")).toStdString();
+    const std::string broken = NotAnImage("broken.jpg");
 
     try {
         Open(provider, broken);
@@ -178,7 +188,7 @@ TEST_F(ProviderTest, ImageScaledDownForMemoryIsAnnounced)
         Open(provider, Photo("normal.jpg"));
         EXPECT_EQ(alerts.Count(), 0);
     }
-    recorder.SetPixelLimit(10'000);
+    recorder.SetPixelLimit(1'000); // the photograph has 6,800 pixels
     TS::ScopedAlertAnswer alerts(QDialogButtonBox::Ok);
     PhotoCorePtr core = Open(provider, Photo("large.jpg"));
     ASSERT_TRUE(core);
@@ -269,7 +279,7 @@ TEST_F(ProviderTest, BackgroundFailureIsLoggedAndTheRoundGoesOn)
     CoreRecorder recorder;
     WorkspaceControllerProvider provider(false, nullptr, true);
     recorder.Install(provider);
-    const std::string broken = sandbox_.CopyTestData(QStringLiteral("exif-samples/jpg/invalid/image01088.jpg")).toStdString();
+    const std::string broken = NotAnImage("broken.jpg");
     const std::string good = Photo("good.jpg");
     TS::LogCapture log(30);
 

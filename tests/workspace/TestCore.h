@@ -49,6 +49,7 @@ public:
     mutable std::atomic<int> questionsAsked {0};
     bool scaledForMemory = false;
     ioPath sessionFolder;
+    ioPath filePath;
     PhotoCore::SettingsCore frameSettings;
     std::atomic<int> sessionSaves {0};
     PhotoCore::CoreEventForwarder coreEvents;
@@ -106,7 +107,7 @@ private:
     // IPhotoCoreIO
     PhotoCore::MetadataSettings& GetMetadataSettings() override { return metadata_; }
     const PhotoCore::MetadataSettings& GetMetadataSettings() const override { return metadata_; }
-    ioPath GetFilePath() const override { return {}; }
+    ioPath GetFilePath() const override { return filePath; }
     std::string GetSessionId() const override { return sessionId_; }
     ioPath GetSessionFolder() const override { return sessionFolder; }
     const PhotoCore::SettingsSave& GetSaveSettings() const override { return save_; }
