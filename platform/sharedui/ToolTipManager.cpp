@@ -73,7 +73,6 @@ bool ToolTipManager::ShowTip(QWidget* widget, const QString& html, const QPixmap
     iconLabel->setPixmap(icon);
     iconLabel->setVisible(!icon.isNull());
     textLabel->setText(html);
-    tip->adjustSize();
     Place(anchor);
     tip->show();
     tip->raise();
@@ -125,10 +124,18 @@ QRect ToolTipManager::GetTipGeometry() const
 
 void ToolTipManager::Place(const QPoint& anchor)
 {
-    const QSize size = tip->size();
     const QSize room = tip->parentWidget()->size();
-    // Kept inside where it fits; a tip wider than its widget is aligned to the left edge so
-    // that the beginning of the text stays readable.
+    // One line where it fits; wrapped to the widget's width where it does not.
+    textLabel->setWordWrap(false);
+    tip->adjustSize();
+    if (tip->width() > room.width() && room.width() > 0) {
+        textLabel->setWordWrap(true);
+        const int height = tip->heightForWidth(room.width());
+        tip->resize(room.width(), height > 0 ? height : tip->sizeHint().height());
+    }
+    const QSize size = tip->size();
+    // Kept inside where it fits; a tip larger than its widget keeps its top-left corner in
+    // view, where the text begins.
     const int x = std::max(0, std::min(anchor.x() - size.width() / 2, room.width() - size.width()));
     const int y = std::max(0, std::min(anchor.y() - size.height(), room.height() - size.height()));
     tip->move(x, y);
