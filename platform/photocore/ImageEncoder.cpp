@@ -93,7 +93,10 @@ void ImageEncoder::Write(const Proc::IDataVideo& frame, const std::string& codec
             const bool lossless = Value(settings, codec, PhotoUtil::IFormatSettings::LOSSLESS, 0) != 0;
             image.webpsave(path, options->set("Q", quality)->set("lossless", lossless));
         } else if (codec == "heif") {
-            image.heifsave(path, options->set("Q", quality));
+            // The HEIF family: AVIF files hold AV1, the others HEVC.
+            const bool avif = utf8Path.size() >= 5 && utf8Path.compare(utf8Path.size() - 5, 5, ".avif") == 0;
+            image.heifsave(path, options->set("Q", quality)->set("compression", avif ? VIPS_FOREIGN_HEIF_COMPRESSION_AV1
+                                                                                     : VIPS_FOREIGN_HEIF_COMPRESSION_HEVC));
         } else {
             image.gifsave(path, options);
         }

@@ -118,7 +118,10 @@ TEST_P(Geometry, CropKeepsTheClampedRectangle)
     EXPECT_EQ(predicted.height, 30);
 }
 
-INSTANTIATE_TEST_SUITE_P(FrameOps, Geometry, ::testing::Values(int(Proc::PIX_FMT_BGRA32), int(Proc::PIX_FMT_RGBA64)));
+INSTANTIATE_TEST_SUITE_P(FrameOps, Geometry, ::testing::Values(int(Proc::PIX_FMT_BGRA32), int(Proc::PIX_FMT_RGBA64)),
+                         [](const ::testing::TestParamInfo<int>& info) {
+                             return std::string(info.param == Proc::PIX_FMT_RGBA64 ? "rgba64" : "bgra32");
+                         });
 
 DataVideoPtr SolidFrame(int w, int h, std::uint8_t b, std::uint8_t g, std::uint8_t r, std::uint8_t a)
 {

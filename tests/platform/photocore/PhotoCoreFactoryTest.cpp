@@ -144,7 +144,15 @@ TEST_P(OtherFormats, Open)
 INSTANTIATE_TEST_SUITE_P(PhotoCoreFactory, OtherFormats,
                          ::testing::Values(FormatCase {"exif-samples/heic/samplefilehub.heif", 640, 426},
                                            FormatCase {"exif-samples/tiff/BSG1.tiff", 635, 348},
-                                           FormatCase {"exif-samples/jpg/xmp/BlueSquare.jpg", 360, 216}));
+                                           FormatCase {"exif-samples/jpg/xmp/BlueSquare.jpg", 360, 216},
+                                           // Filed among the invalid samples for EXIF readers: its only
+                                           // metadata is XMP, and its picture data is whole.
+                                           FormatCase {"exif-samples/jpg/invalid/image01088.jpg", 425, 120}),
+                         [](const ::testing::TestParamInfo<FormatCase>& info) {
+                             std::string name = QFileInfo(info.param.file).completeBaseName().toStdString();
+                             std::replace_if(name.begin(), name.end(), [](char c) { return !std::isalnum(c); }, '_');
+                             return name;
+                         });
 
 // A 16-bit source keeps its depth in the working format, and is shown as 8-bit BGRA.
 TEST(PhotoCoreFactory, SixteenBitPngStaysSixteenBitAndDisplaysAsBgra)
@@ -191,7 +199,10 @@ TEST_P(PixelLimit, ReducesLargeImagesAndSaysSo)
     EXPECT_FALSE(roomy->GetProcessing().IsScaledForMemory());
 }
 
-INSTANTIATE_TEST_SUITE_P(PhotoCoreFactory, PixelLimit, ::testing::Values("big.jpg", "big.png"));
+INSTANTIATE_TEST_SUITE_P(PhotoCoreFactory, PixelLimit, ::testing::Values("big.jpg", "big.png"),
+                         [](const ::testing::TestParamInfo<const char*>& info) {
+                             return QFileInfo(info.param).suffix().toStdString();
+                         });
 
 TEST(PhotoCoreFactory, PicturesBecomeCoresWithoutFile)
 {
