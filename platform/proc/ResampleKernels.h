@@ -37,7 +37,8 @@ void HorizontalMiddle(const std::int16_t* in, std::uint8_t* out, int channels, c
 void PremultiplyRow8(const std::uint8_t* row, float* out, int width);
 void PremultiplyRow16(const std::uint8_t* row, float* out, int width);
 
-// out[i] = sum over k of weights[k] * rows[k][i], for `count` floats.
+// out[i] = sum over k of weights[k] * rows[k][i], for `count` floats. Element by element, so
+// `out` may be rows[0] (an accumulation).
 void VerticalFloat(const float* const* rows, int taps, const float* weights, float* out, int count);
 
 // Horizontal pass of premultiplied float pixels, then back to straight alpha in the

@@ -17,6 +17,9 @@ namespace {
 constexpr int kMinRowsPerBand = 16;
 // The vector horizontal loop reads taps in pairs.
 constexpr int kVectorTaps = 2;
+// Premultiplied rows kept for the vertical pass: a reduction from the nearest level needs
+// at most 14 (Lanczos-3 at a factor of 2); more means a large reduction from a full frame.
+constexpr int kMaxRingRows = 32;
 
 std::vector<const std::uint8_t*> RowPointers(const IDataVideo& source, int first, int count)
 {
@@ -47,40 +50,65 @@ void ResizeFixedPoint(const IDataVideo& source, IDataVideo& target, const Resamp
     }
 }
 
+void PremultiplyRow(const IDataVideo& source, int row, float* out)
+{
+    const std::uint8_t* in = source.GetData() + std::size_t(row) * source.GetStride();
+    if (source.GetPixFmt() == PIX_FMT_RGBA64)
+        ResampleKernels::PremultiplyRow16(in, out, source.GetFrameInfo().width);
+    else
+        ResampleKernels::PremultiplyRow8(in, out, source.GetFrameInfo().width);
+}
+
+void StoreStraight(const float* column, IDataVideo& target, int y, const ResampleWeights& wx)
+{
+    std::uint8_t* out = target.GetMutableData() + std::size_t(y) * target.GetStride();
+    if (target.GetPixFmt() == PIX_FMT_RGBA64)
+        ResampleKernels::HorizontalPremultipliedTo16(column, reinterpret_cast<std::uint16_t*>(out), wx);
+    else
+        ResampleKernels::HorizontalPremultipliedTo8(column, out, wx);
+}
+
 // Each source row is premultiplied once into a ring of as many rows as the vertical filter
-// has taps; the rows an output row needs always fit, since the windows only move down.
+// has taps; the rows an output row needs always fit, since the windows only move down. A
+// filter with very many taps (a large reduction without levels) would make the ring huge:
+// then each output row sums its source rows one at a time instead.
 void ResizePremultiplied(const IDataVideo& source, IDataVideo& target, const ResampleWeights& wx,
                          const ResampleWeights& wy, int rowBegin, int rowEnd)
 {
-    const bool deep = source.GetPixFmt() == PIX_FMT_RGBA64;
-    const int width = source.GetFrameInfo().width;
     const int taps = wy.GetTaps();
-    const std::size_t rowFloats = 4 * std::size_t(width);
-    std::vector<float> ring(rowFloats * std::size_t(taps));
-    std::vector<int> ringRow(static_cast<std::size_t>(taps), -1); // source row held by each slot
+    const int rowFloats = 4 * source.GetFrameInfo().width;
+    const bool useRing = taps <= kMaxRingRows;
+    const int slots = useRing ? taps : 1;
+    std::vector<float> ring(std::size_t(rowFloats) * std::size_t(slots));
+    std::vector<int> ringRow(static_cast<std::size_t>(slots), -1); // source row held by each slot
     std::vector<const float*> rows(static_cast<std::size_t>(taps));
-    std::vector<float> column(rowFloats);
+    std::vector<float> column(static_cast<std::size_t>(rowFloats));
     for (int y = rowBegin; y < rowEnd; ++y) {
-        for (int k = 0; k < taps; ++k) {
-            const int sourceRow = wy.GetStart(y) + k;
-            const std::size_t slot = std::size_t(sourceRow % taps);
-            float* held = &ring[slot * rowFloats];
-            if (ringRow[slot] != sourceRow) {
-                const std::uint8_t* in = source.GetData() + std::size_t(sourceRow) * source.GetStride();
-                if (deep)
-                    ResampleKernels::PremultiplyRow16(in, held, width);
-                else
-                    ResampleKernels::PremultiplyRow8(in, held, width);
-                ringRow[slot] = sourceRow;
+        const float* weights = wy.GetFloatWeights(y);
+        if (useRing) {
+            for (int k = 0; k < taps; ++k) {
+                const int sourceRow = wy.GetStart(y) + k;
+                const std::size_t slot = std::size_t(sourceRow % taps);
+                float* held = &ring[slot * std::size_t(rowFloats)];
+                if (ringRow[slot] != sourceRow) {
+                    PremultiplyRow(source, sourceRow, held);
+                    ringRow[slot] = sourceRow;
+                }
+                rows[std::size_t(k)] = held;
             }
-            rows[std::size_t(k)] = held;
+            ResampleKernels::VerticalFloat(rows.data(), taps, weights, column.data(), rowFloats);
+        } else {
+            std::fill(column.begin(), column.end(), 0.0f);
+            for (int k = 0; k < taps; ++k) {
+                if (weights[k] == 0.0f)
+                    continue;
+                PremultiplyRow(source, wy.GetStart(y) + k, ring.data());
+                const float* pair[2] = {column.data(), ring.data()};
+                const float pairWeights[2] = {1.0f, weights[k]};
+                ResampleKernels::VerticalFloat(pair, 2, pairWeights, column.data(), rowFloats);
+            }
         }
-        ResampleKernels::VerticalFloat(rows.data(), taps, wy.GetFloatWeights(y), column.data(), int(rowFloats));
-        std::uint8_t* out = target.GetMutableData() + std::size_t(y) * target.GetStride();
-        if (deep)
-            ResampleKernels::HorizontalPremultipliedTo16(column.data(), reinterpret_cast<std::uint16_t*>(out), wx);
-        else
-            ResampleKernels::HorizontalPremultipliedTo8(column.data(), out, wx);
+        StoreStraight(column.data(), target, y, wx);
     }
 }
 

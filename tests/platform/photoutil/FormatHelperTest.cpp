@@ -72,16 +72,6 @@ TEST(FormatHelperTest, WritingDirectionNamesOnlyWritableFormats)
         EXPECT_FALSE(FormatHelper::GetFormatDescriptionForExtension(ext, true).first.isEmpty()) << ext;
 }
 
-TEST(FormatHelperTest, CodecsAndExtensionsAreUnique)
-{
-    std::set<std::string> codecs, extensions;
-    for (const PhotoUtil::FormatRecord& record : FormatHelper::GetFormats()) {
-        EXPECT_TRUE(codecs.insert(record.codecId).second) << record.codecId;
-        for (const std::string& ext : record.extensions)
-            EXPECT_TRUE(extensions.insert(ext).second) << ext;
-    }
-}
-
 TEST(FormatHelperTest, OpenFilterListsReadableExtensions)
 {
     const QString filter = FormatHelper::GetOpenFileFilter();

@@ -185,7 +185,10 @@ INSTANTIATE_TEST_SUITE_P(
                       FlatCase {Proc::PIX_FMT_BGR24, 255, 640, 480, 211, 157},
                       FlatCase {Proc::PIX_FMT_RGBA64, 255, 640, 480, 213, 160},
                       FlatCase {Proc::PIX_FMT_RGBA64, 100, 300, 200, 77, 301},
-                      FlatCase {Proc::PIX_FMT_BGRA32, 255, 2000, 1500, 1, 1}));
+                      FlatCase {Proc::PIX_FMT_BGRA32, 255, 2000, 1500, 1, 1},
+                      // Reductions so large that the float path sums source rows one at a time.
+                      FlatCase {Proc::PIX_FMT_RGBA64, 100, 1200, 900, 3, 2},
+                      FlatCase {Proc::PIX_FMT_BGRA32, 77, 1000, 800, 7, 5}));
 
 // ---------------------------------------------------------------------------------------
 // A one-pixel line stays visible when shrinking, at the right place.
