@@ -77,7 +77,11 @@ void CoreEngine::SetInitialFrame(const ImageDecoder::Result& first)
         return;
     if (first.full) {
         originalWorking_ = currentWorking_ = first.frame;
-        originalDisplay_ = currentDisplay_ = FrameOps::ToDisplay(first.frame);
+        // A large 16-bit picture is converted for display on the render thread, not here.
+        const Conf::FrameInfo& info = first.frame->GetFrameInfo();
+        if (first.frame->GetPixFmt() == Proc::PIX_FMT_BGRA32
+            || std::uint64_t(info.width) * std::uint64_t(info.height) <= ImageDecoder::kSmallPicturePixels)
+            originalDisplay_ = currentDisplay_ = FrameOps::ToDisplay(first.frame);
         scaledForMemory_ = first.scaledForMemory;
     } else {
         preview_ = first.frame;
@@ -158,8 +162,15 @@ void CoreEngine::RunLoad()
         originalDisplay_ = currentDisplay_ = display;
         scaledForMemory_ = scaled;
     } else {
-        std::lock_guard<std::mutex> lock(mutex_);
-        display = currentDisplay_;
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            display = currentDisplay_;
+        }
+        if (!display) {
+            display = FrameOps::ToDisplay(working);
+            std::lock_guard<std::mutex> lock(mutex_);
+            originalDisplay_ = currentDisplay_ = display;
+        }
     }
     {
         std::lock_guard<std::mutex> lock(mutex_);

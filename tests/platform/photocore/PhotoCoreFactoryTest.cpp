@@ -125,6 +125,29 @@ TEST(PhotoCoreFactory, ReadsTheMetadataTagsOfTheFile)
     EXPECT_DOUBLE_EQ(described->GetFrameSettings(-1).GetPassThrough().GetResolution(), 72.0);
 }
 
+// Metadata the metadata library cannot parse costs the metadata, not the picture.
+TEST(PhotoCoreFactory, DamagedMetadataLeavesThePictureReadable)
+{
+    T::Sandbox sandbox;
+    QFile source(T::TestDataPath("exif-samples/jpg/Canon_40D.jpg"));
+    ASSERT_TRUE(source.open(QIODevice::ReadOnly));
+    QByteArray bytes = source.readAll();
+    const int tiff = bytes.indexOf(QByteArray("Exif\0\0II*\0", 10)) + 6;
+    ASSERT_GT(tiff, 6);
+    bytes.replace(tiff, 2, "QQ"); // no byte order the EXIF block can be read in
+    QFile damaged(sandbox.FilePath("damaged.jpg"));
+    ASSERT_TRUE(damaged.open(QIODevice::WriteOnly));
+    damaged.write(bytes);
+    damaged.close();
+
+    T::LogCapture log;
+    PhotoCorePtr core = Open(damaged.fileName());
+    EXPECT_EQ(T::CurrentImage(*core).size(), QSize(100, 68));
+    const Proc::IImageMetadata& meta = core->GetIOEngine().GetMetadataSettings().GetMetadata();
+    EXPECT_TRUE(meta.GetTag(Proc::IImageMetadata::EXIF, Proc::IImageMetadata::BLOCK_IMAGE, "Model").IsEmpty());
+    EXPECT_GE(log.ProblemCount(), 1) << "the loss is logged";
+}
+
 struct FormatCase {
     const char* file;
     int width, height;
