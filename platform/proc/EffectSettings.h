@@ -32,7 +32,9 @@ public:
     }
 };
 
-// Scales a frame. Custom mode 1 scales to the target frame info exactly.
+// Scales a frame. Custom mode 1 scales to the target frame info exactly (a size below one
+// pixel gives one pixel); other modes leave the frame as it is. The mode field picks the
+// filter; MODE_LANCZOS3 is the one for display.
 class SettingsResizer : public SettingsT<SettingsResizer> {
 public:
     static constexpr const char* CLASS_ID = "Proc.Resizer";
