@@ -111,6 +111,9 @@ void EnsureExiv2Started()
     static std::once_flag once;
     std::call_once(once, [] {
         Exiv2::LogMsg::setHandler(&RouteExiv2Message);
+        // Off by default in this exiv2: HEIF and AVIF would be read as QuickTime video and get
+        // made-up "Xmp.video" tags (file name, size) that a save would then write out.
+        Exiv2::enableBMFF(true);
         if (!Exiv2::XmpParser::initialize(&LockXmpToolkit, &XmpToolkitMutex()))
             LOG(ERROR) << "Image metadata: the XMP toolkit could not start; XMP will not be read";
     });

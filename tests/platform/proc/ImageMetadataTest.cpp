@@ -143,6 +143,30 @@ TEST(ImageMetadataTest, WriteKeepsGpsAndOtherTags)
     EXPECT_FALSE(KeysStartingWith(*reread, "Xmp.").empty());
 }
 
+// The formats the editor saves with metadata, written by another encoder first.
+TEST(ImageMetadataTest, WritesIntoEveryFormatThatCarriesMetadata)
+{
+    const support::Sandbox sandbox;
+    QImage picture(64, 48, QImage::Format_RGB32);
+    picture.fill(QColor(30, 120, 200));
+    for (const char* extension : {"jpg", "png", "tif", "webp"}) {
+        SCOPED_TRACE(extension);
+        const QString path = sandbox.FilePath(QStringLiteral("picture.") + QLatin1String(extension));
+        if (!picture.save(path)) {
+            ADD_FAILURE() << "the test picture cannot be written";
+            continue;
+        }
+        Proc::ImageMetadataPtr metadata = Proc::ReadImageMetadata(path.toStdString());
+        metadata->SetTag(IImageMetadata::EXIF, IImageMetadata::BLOCK_IMAGE, IImageMetadata::TAG_ARTIST, "Ana Lima");
+        metadata->SetTag(IImageMetadata::XMP, "dc", "title", "Blue");
+        ASSERT_NO_THROW(metadata->WriteToFile(path.toStdString()));
+        Proc::ImageMetadataPtr reread = Proc::ReadImageMetadata(path.toStdString());
+        EXPECT_EQ(Text(*reread, IImageMetadata::BLOCK_IMAGE, IImageMetadata::TAG_ARTIST), "Ana Lima");
+        EXPECT_EQ(reread->GetTag(IImageMetadata::XMP, "dc", "title").Get(IImageMetadata::TEXT_VALUE), "Blue");
+        EXPECT_EQ(QImage(path).size(), picture.size());
+    }
+}
+
 TEST(ImageMetadataTest, FailedWriteLeavesTheFileAsItWas)
 {
     const support::Sandbox sandbox;
@@ -287,6 +311,13 @@ TEST(ImageMetadataTest, SampleFiledAsBrokenIsReadWithoutThrowing)
     ASSERT_NO_THROW(metadata = Proc::ReadImageMetadata(support::TestDataPathUtf8("exif-samples/jpg/invalid/image01088.jpg")));
     EXPECT_TRUE(KeysStartingWith(*metadata, "Exif.").empty());
     EXPECT_EQ(metadata->GetTag(IImageMetadata::XMP, "xmp", "CreatorTool").Get(IImageMetadata::TEXT_VALUE).rfind("Adobe", 0), 0u);
+}
+
+// HEIF is an image container, not a video: no tags may be made up from the file itself.
+TEST(ImageMetadataTest, HeifIsReadAsAnImage)
+{
+    Proc::ImageMetadataPtr metadata = Proc::ReadImageMetadata(support::TestDataPathUtf8("exif-samples/heic/samplefilehub.heif"));
+    EXPECT_TRUE(KeysStartingWith(*metadata, "Xmp.video.").empty());
 }
 
 // XMP parsing goes through a toolkit that is not thread-safe by itself.
