@@ -142,28 +142,54 @@ inline T Saturate(int luma, int c, int factor)
     return T(std::clamp(v, 0, maxValue));
 }
 
+// Saturation as c' = c*f + luma*(1-f), with both products from tables in 1/256 steps and the
+// clamp from a table too: no multiply, divide or branch per channel.
+struct SaturationTables8 {
+    explicit SaturationTables8(int factor)
+    {
+        for (int v = 0; v < 256; ++v) {
+            colour[std::size_t(v)] = v * factor;
+            luma[std::size_t(v)] = v * (kSaturationOne - factor) + kSaturationOne / 2;
+        }
+        for (int i = 0; i < int(clamp.size()); ++i)
+            clamp[std::size_t(i)] = std::uint8_t(std::clamp(i - kClampOffset, 0, 255));
+    }
+    std::uint8_t Mix(int c, int l) const { return clamp[std::size_t(((colour[std::size_t(c)] + l) >> 8) + kClampOffset)]; }
+
+    // (c*f + luma*(1-f)) / 256 lies within [-255, 765] for f in [0, 2].
+    static constexpr int kClampOffset = 256;
+    std::array<int, 256> colour {};
+    std::array<int, 256> luma {};
+    std::array<std::uint8_t, 1024 + 256> clamp {};
+};
+
 void AdjustRows8(const IDataVideo& in, IDataVideo& out, const std::vector<std::uint8_t>& lut, int factor, int y0, int y1)
 {
     const int width = in.GetFrameInfo().width;
-    for (int y = y0; y < y1; ++y) {
-        const std::uint8_t* s = Row(in, y);
-        std::uint8_t* d = Row(out, y);
-        if (factor == kSaturationOne) {
+    if (factor == kSaturationOne) {
+        for (int y = y0; y < y1; ++y) {
+            const std::uint8_t* s = Row(in, y);
+            std::uint8_t* d = Row(out, y);
             for (int x = 0; x < width; ++x, s += 4, d += 4) {
                 d[0] = lut[s[0]];
                 d[1] = lut[s[1]];
                 d[2] = lut[s[2]];
                 d[3] = s[3];
             }
-            continue;
         }
+        return;
+    }
+    const SaturationTables8 tables(factor);
+    for (int y = y0; y < y1; ++y) {
+        const std::uint8_t* s = Row(in, y);
+        std::uint8_t* d = Row(out, y);
         for (int x = 0; x < width; ++x, s += 4, d += 4) {
             const int b = lut[s[0]], g = lut[s[1]], r = lut[s[2]];
             // Rec. 709 luma weights in 1/256 (54 + 183 + 19 = 256).
-            const int luma = (r * 54 + g * 183 + b * 19 + 128) >> 8;
-            d[0] = Saturate<std::uint8_t>(luma, b, factor);
-            d[1] = Saturate<std::uint8_t>(luma, g, factor);
-            d[2] = Saturate<std::uint8_t>(luma, r, factor);
+            const int l = tables.luma[std::size_t((r * 54 + g * 183 + b * 19 + 128) >> 8)];
+            d[0] = tables.Mix(b, l);
+            d[1] = tables.Mix(g, l);
+            d[2] = tables.Mix(r, l);
             d[3] = s[3];
         }
     }

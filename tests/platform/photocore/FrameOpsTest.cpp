@@ -1,5 +1,6 @@
 // The pixel work of the core, against straightforward per-pixel references.
 
+#include <algorithm>
 #include <cstring>
 #include <random>
 
@@ -159,6 +160,28 @@ TEST(FrameOps, AdjustMovesToneAndColourTheRightWay)
     const auto f = Pixel(*FrameOps::Adjust(*in, flat), 5, 5);
     for (int c = 0; c < 3; ++c)
         EXPECT_NEAR(f[std::size_t(c)], 128, 1);
+
+    // Saturation against the formula, over random colours (clamping at both ends included).
+    DataVideoPtr noise = Proc::CreateDataVideo({256, 64, 1.0}, Proc::PIX_FMT_BGRA32);
+    std::mt19937 random(7);
+    for (int y = 0; y < 64; ++y)
+        for (int x = 0; x < 256 * 4; ++x)
+            noise->GetMutableData()[std::size_t(y) * noise->GetStride() + std::size_t(x)] = std::uint8_t(random());
+    for (const double saturation : {-50.0, 60.0, 100.0}) {
+        Proc::SettingsAdjust vivid;
+        vivid.saturation = saturation;
+        const DataVideoPtr out = FrameOps::Adjust(*noise, vivid);
+        const double f = 1.0 + saturation / 100.0;
+        for (int y = 0; y < 64; y += 3)
+            for (int x = 0; x < 256; x += 3) {
+                const auto p = Pixel(*noise, x, y), q = Pixel(*out, x, y);
+                const double luma = (p[2] * 54 + p[1] * 183 + p[0] * 19 + 128) / 256;
+                for (int c = 0; c < 3; ++c)
+                    ASSERT_NEAR(q[std::size_t(c)], std::clamp(luma + (p[std::size_t(c)] - luma) * f, 0.0, 255.0), 1.0)
+                        << saturation << " at " << x << "," << y;
+                ASSERT_EQ(q[3], p[3]);
+            }
+    }
 
     // 16 bits: the same direction, with the depth kept.
     const DataVideoPtr deep = NumberedFrame(300, 300, Proc::PIX_FMT_RGBA64);
