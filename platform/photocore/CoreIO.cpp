@@ -52,7 +52,7 @@ void WriteFrameAtomically(const Proc::IDataVideo& frame, const std::string& targ
 {
     const std::string temporary = target + ".part";
     try {
-        ImageEncoder::Write(frame, "png", {}, 72.0, temporary);
+        ImageEncoder::Write(frame, "png", {}, ImageHeader::kDefaultDpi, temporary);
     } catch (...) {
         QFile::remove(FromUtf8(temporary));
         throw;

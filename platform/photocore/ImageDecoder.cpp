@@ -96,11 +96,11 @@ bool HasShrinkOnLoad(const ImageHeader& header)
     return header.codec == "jpeg" || header.codec == "webp";
 }
 
-vips::VImage Load(const std::string& path, const ImageHeader& header, int shrink, bool sequential)
+// Sequential: the rows stream through once, and libvips does not cache the result (a cached
+// random-access load would not see the file rewritten).
+vips::VImage Load(const std::string& path, const ImageHeader& header, int shrink)
 {
-    auto* options = vips::VImage::option()->set("fail_on", VIPS_FAIL_ON_ERROR);
-    if (sequential)
-        options->set("access", VIPS_ACCESS_SEQUENTIAL);
+    auto* options = vips::VImage::option()->set("fail_on", VIPS_FAIL_ON_ERROR)->set("access", VIPS_ACCESS_SEQUENTIAL);
     if (shrink > 1 && header.codec == "jpeg")
         options->set("shrink", shrink);
     else if (shrink > 1 && header.codec == "webp")
@@ -200,7 +200,7 @@ ImageDecoder::Result DecodeFullVips(const std::string& path, const ImageHeader& 
 {
     ImageDecoder::Result result;
     const int shrink = HasShrinkOnLoad(header) ? ShrinkForLimit(header.Pixels(), options.pixelLimit) : 1;
-    vips::VImage image = Load(path, header, shrink, true);
+    vips::VImage image = Load(path, header, shrink);
     result.scaledForMemory = shrink > 1;
     if (options.pixelLimit > 0 && std::uint64_t(image.width()) * std::uint64_t(image.height()) > options.pixelLimit) {
         // No direct reduction (or not enough of one): reduce while the rows stream in.
@@ -242,8 +242,11 @@ ImageHeader ImageDecoder::ReadHeader(const std::string& utf8Path)
     if (header.codec.empty())
         throw Core::Exception("images of this kind (" + header.loader + ") are not supported");
     try {
-        vips::VImage image = vips::VImage::new_from_file(utf8Path.c_str(),
-                                                         vips::VImage::option()->set("fail_on", VIPS_FAIL_ON_ERROR));
+        // Sequential access also keeps the header out of libvips' operation cache, which would
+        // answer for a file rewritten since with what it held before.
+        vips::VImage image = vips::VImage::new_from_file(
+            utf8Path.c_str(),
+            vips::VImage::option()->set("fail_on", VIPS_FAIL_ON_ERROR)->set("access", VIPS_ACCESS_SEQUENTIAL));
         header.width = image.width();
         header.height = image.height();
         if (header.width <= 0 || header.height <= 0)
@@ -287,7 +290,7 @@ ImageDecoder::Result ImageDecoder::DecodePreview(const std::string& utf8Path, co
         if (header.fastJpeg)
             result.frame = FrameOps::Orient(JpegDecoder::Decode(utf8Path, shrink), header.orientation);
         else
-            result.frame = FrameOps::Orient(ToFrame(Load(utf8Path, header, shrink, true), header, false),
+            result.frame = FrameOps::Orient(ToFrame(Load(utf8Path, header, shrink), header, false),
                                             header.orientation);
     } catch (const vips::VError& e) {
         throw Core::Exception(VipsMessage(e.what()));

@@ -11,6 +11,9 @@ namespace Quelto::Lumindra::PhotoCore {
 
 // What the header of an image file says, read without decoding pixels.
 struct ImageHeader {
+    // The resolution of files that state none: the long-standing screen convention.
+    static constexpr double kDefaultDpi = 72.0;
+
     std::string loader; // the libvips loader that reads it ("jpegload", ...)
     std::string codec;  // "jpeg", "png", "tiff", "webp", "heif" or "gif"
     int width = 0;      // as stored, before the orientation is applied
@@ -20,7 +23,7 @@ struct ImageHeader {
     bool sixteenBit = false;  // more than 8 bits a channel
     bool foreignIcc = false;  // an embedded colour profile other than sRGB
     bool fastJpeg = false;    // decodable by JpegDecoder
-    double dpi = 72.0;
+    double dpi = kDefaultDpi;
 
     // Size of the picture once upright.
     Conf::FrameInfo Upright() const;
@@ -35,7 +38,8 @@ struct DecodeOptions {
 // Reads image files into upright frames in the core's working formats: PIX_FMT_BGRA32 for
 // 8-bit sources, PIX_FMT_RGBA64 for deeper ones (when allowed). Embedded colour profiles are
 // converted to sRGB. Everything throws Core::Exception with a reason a person can read (the
-// caller adds the file name). Stateless and thread-safe.
+// caller adds the file name). Stateless and thread-safe. Only JPEG decodes stop early when
+// cancelled; libvips decodes run to their end.
 class ImageDecoder {
 public:
     // Long side a preview should at least have: about a full-HD screen.

@@ -232,7 +232,7 @@ PhotoCorePtr PhotoCoreFactory::Create(const QImage& image, ImageSource source, c
                                                    converted->bytesPerLine(), bits, converted);
     const bool hasAlpha = image.hasAlphaChannel();
     frame->SetOpaque(!hasAlpha || FrameOps::MinAlpha(*frame) == 255);
-    const double dpi = image.dotsPerMeterX() > 0 ? image.dotsPerMeterX() * kInchesPerMetre : 72.0;
+    const double dpi = image.dotsPerMeterX() > 0 ? image.dotsPerMeterX() * kInchesPerMetre : ImageHeader::kDefaultDpi;
     return CreateFromFrame(frame, hasAlpha, std::round(dpi * 100.0) / 100.0, source, options, NewSessionId());
 }
 
@@ -272,7 +272,7 @@ PhotoCorePtr PhotoCoreFactory::Restore(const ioPath& folder, const CoreCreateOpt
         }
         CoreCreateOptions pictureOptions = options;
         pictureOptions.pixelLimit = 0; // it was reduced, if at all, when it was first taken over
-        core = CreateFromFrame(frame, hasAlpha, 72.0, ImageSource(state.imageSource), pictureOptions,
+        core = CreateFromFrame(frame, hasAlpha, ImageHeader::kDefaultDpi, ImageSource(state.imageSource), pictureOptions,
                                state.sessionId);
     }
     if (!state.fileName.empty())

@@ -148,6 +148,19 @@ TEST(PhotoCoreFactory, DamagedMetadataLeavesThePictureReadable)
     EXPECT_GE(log.ProblemCount(), 1) << "the loss is logged";
 }
 
+// Regression: libvips caches random-access loads by file name, so a picture saved over and
+// opened again came back as it was before.
+TEST(PhotoCoreFactory, AFileRewrittenSinceItWasOpenedIsReadAnew)
+{
+    T::Sandbox sandbox;
+    const QString path = sandbox.FilePath("changing.png");
+    ASSERT_TRUE(T::MakeTestImage(80, 60).save(path));
+    EXPECT_EQ(T::CurrentImage(*Open(path)).size(), QSize(80, 60));
+    ASSERT_TRUE(T::MakeTestImage(50, 40).save(path));
+    EXPECT_EQ(T::CurrentImage(*Open(path)).size(), QSize(50, 40));
+    EXPECT_EQ(Open(path)->GetProcessing().GetSourceFrameInfo().width, 50);
+}
+
 struct FormatCase {
     const char* file;
     int width, height;
