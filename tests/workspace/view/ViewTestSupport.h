@@ -1,211 +1,78 @@
 #pragma once
 
-// Doubles and helpers for the view tests: an editing core's drawer that shows one flat frame, a
-// workspace controller over it that owns a real WorkspaceScene, a drawing tool that records
-// what it is given, and a harness with a shown view configured as the host configures it.
+// A shown view over the scene of a real workspace controller (a real editing core opened from a
+// flat picture), configured as the host configures it, and a drawing tool that records its input.
 
-#include <algorithm>
 #include <memory>
-#include <mutex>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
-#include <QCoreApplication>
 #include <QCursor>
+#include <QDir>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QTest>
 #include <QWheelEvent>
 
-#include "LumindraWorkspace/IWorkspaceController.h"
+#include "LumindraWorkspace/WorkspaceController.h"
+#include "LumindraWorkspace/WorkspaceControllerProvider.h"
 #include "LumindraWorkspace/scene/WorkspaceScene.h"
 #include "LumindraWorkspace/tools/IDrawingTool.h"
 #include "LumindraWorkspace/view/WorkspaceView.h"
-#include "core/RefCounted.h"
-#include "photocore/IPhotoCoreDrawer.h"
 #include "sharedui/ScalableViewEmitter.h"
 #include "support/TestSupport.h"
 
 namespace Quelto::Lumindra::Test {
 
-// A drawer whose current frame is one flat picture of a given size.
-class FakeDrawer : public Core::RefCounted, public PhotoCore::IPhotoCoreDrawer {
-public:
-    explicit FakeDrawer(QSize size) { SetSize(size); }
-
-    void SetSize(QSize size)
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        frame_ = MakeSolidFrame(size.width(), size.height(), QColor(120, 140, 160));
-        settings_.SetFrameInfo(frame_->GetFrameInfo());
-    }
-    Proc::DataVideoPtr GetVideo() const override { return Frame(); }
-    Proc::DataVideoPtr GetVideoWithMask() const override { return Frame(); }
-    Proc::DataVideoPtr GetOriginalVideo() const override { return Frame(); }
-    const PhotoCore::SettingsCore& GetFrameSettings(int) const override { return settings_; }
-    PhotoCore::IDebug* GetDebugEngine() const override { return nullptr; }
-    void ApplyEffect(const boost::intrusive_ptr<Proc::IEffectSettings>&) override {}
-    void PreviewEffect(const boost::intrusive_ptr<Proc::IEffectSettings>&) override {}
-    void CancelPreview() override {}
-    AlphaInfo GetAlphaInfo() const override { return {}; }
-    void SetDrawable(PhotoCore::IDrawable*) override {}
-    bool MayRenderCanvas() const override { return true; }
-    Proc::DataVideoPtr GetVideoForRendering() const override { return Frame(); }
-    bool HasLayerOfKind(int) const override { return false; }
-    bool WaitForIdle(int) const override { return true; }
-
-private:
-    Proc::DataVideoPtr Frame() const
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return frame_;
-    }
-
-    mutable std::mutex mutex_; // guards frame_ (a worker thread may ask for it)
-    Proc::DataVideoPtr frame_;
-    PhotoCore::SettingsCore settings_;
-};
-
-// A controller with a real WorkspaceScene over a FakeDrawer. Only what the scene and the view use
-// is answered; the rest fails loudly.
-class FakeController : public IWorkspaceController {
-public:
-    explicit FakeController(QSize pictureSize)
-        : drawer_(new FakeDrawer(pictureSize))
-    {
-        scene_ = std::make_unique<WorkspaceScene>(imageUtils_, this, nullptr);
-    }
-    ~FakeController() override { scene_.reset(); }
-
-    FakeDrawer& Drawer() { return *drawer_; }
-    WorkspaceScene& Scene() { return *scene_; }
-    // Raises a new-frame drawer event to every handler, on the calling thread, as the core does.
-    void RaiseFrame()
-    {
-        for (PhotoCore::IDrawerEventHandler* handler : Handlers())
-            handler->HandleFrame(PhotoCore::IDrawerEventHandler::DrawerEventFrame("frame", "", -1, 0));
-    }
-    std::vector<PhotoCore::IDrawerEventHandler*> Handlers() const
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return handlers_;
-    }
-
-    IScalableView* GetView() const override { return nullptr; }
-    IScene* GetScene() const override { return scene_.get(); }
-    boost::intrusive_ptr<PhotoCore::IPhotoCoreDrawer> GetLumindraDrawer() override { return drawer_; }
-    void RegisterDrawerEventHandler(PhotoCore::IDrawerEventHandler* handler) override
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        if (std::find(handlers_.begin(), handlers_.end(), handler) == handlers_.end())
-            handlers_.push_back(handler);
-    }
-    void UnregisterDrawerEventHandler(PhotoCore::IDrawerEventHandler* handler) override
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        handlers_.erase(std::remove(handlers_.begin(), handlers_.end(), handler), handlers_.end());
-    }
-    QString GetFileName() override { return QStringLiteral("fake.jpg"); }
-    QString GetOriginalFileName() override { return GetFileName(); }
-    const Util::ImageUtils& GetImageUtils() const override { return imageUtils_; }
-
-    boost::intrusive_ptr<PhotoCore::IPhotoCoreUndoBase> GetUndoEngine() override { return nullptr; }
-    boost::intrusive_ptr<PhotoUtil::ISerializer> GetSerializeEngine() override { return nullptr; }
-    void RegisterCoreEventHandler(PhotoCore::ICoreEventHandler*) override {}
-    void UnregisterCoreEventHandler(PhotoCore::ICoreEventHandler*) override {}
-    bool HasChanged() const override { return false; }
-    PhotoCore::IPhotoCoreIO::SaveResult SaveOverwrite() override { return Unused<PhotoCore::IPhotoCoreIO::SaveResult>(); }
-    PhotoCore::IPhotoCoreIO::SaveResult Save(const SaveSettings&, PhotoCore::SettingsSave&) override
-    {
-        return Unused<PhotoCore::IPhotoCoreIO::SaveResult>();
-    }
-    PhotoCore::IPhotoCoreIO::SaveResult Save(const SaveSettings&) override
-    {
-        return Unused<PhotoCore::IPhotoCoreIO::SaveResult>();
-    }
-    void SendSaveStatistics(const SaveSettings::StatisticsSettings&) override {}
-    void SaveSession() override {}
-    void SetProgressController(const boost::intrusive_ptr<Core::IProgressController>&) override {}
-    void SetDragAndDrop(IDragAndDrop*) override {}
-    ioPath GenerateTemporaryFilePath() override { return Unused<ioPath>(); }
-    Proc::DataVideoPtr LoadSelection(const std::string&, bool) override { return nullptr; }
-    void SaveSelection(const std::string&, const Proc::DataVideoPtr&) override {}
-    const PhotoCore::SettingsCore& GetFrameInfo() const override { return drawer_->GetFrameSettings(-1); }
-    QImage GetSnapshot() override { return {}; }
-    Core::Property GetFileInfo() override { return Unused<Core::Property>(); }
-    PhotoCore::IStatisticsEventHandler* GetStatisticsEventHandler() const override { return nullptr; }
-    PhotoCore::IDebug* GetDebugEngine() const override { return nullptr; }
-    const PhotoCore::IPhotoCoreIO& GetIOEngine() const override { return Unused<const PhotoCore::IPhotoCoreIO&>(); }
-    PhotoCore::IPhotoCoreIO& GetIOEngine() override { return Unused<PhotoCore::IPhotoCoreIO&>(); }
-    const WorkspaceMetadata& GetMetadataSettings() const override { return Unused<const WorkspaceMetadata&>(); }
-    WorkspaceMetadata& MetadataSettings() override { return Unused<WorkspaceMetadata&>(); }
-    PhotoCore::IPhotoCoreTracker& GetTrackerEngine() override { return Unused<PhotoCore::IPhotoCoreTracker&>(); }
-
-private:
-    template <class T>
-    static T Unused()
-    {
-        throw std::logic_error("not used by the view tests");
-    }
-
-    Util::ImageUtils imageUtils_;
-    boost::intrusive_ptr<FakeDrawer> drawer_;
-    mutable std::mutex mutex_; // guards handlers_ (events may be raised from a worker thread)
-    std::vector<PhotoCore::IDrawerEventHandler*> handlers_;
-    std::unique_ptr<WorkspaceScene> scene_; // last: dies first, while the handler list still lives
-};
-
-// A tool that records the input it is offered, as one line per call.
 class RecordingTool : public IDrawingTool {
 public:
     bool consumeMouse = true;
     bool consumeKeys = false;
     std::vector<std::string> calls;
 
-    bool KeyPress(QKeyEvent* event) override { return Record("keyPress", event->key(), consumeKeys); }
-    bool KeyRelease(QKeyEvent* event) override { return Record("keyRelease", event->key(), consumeKeys); }
-    bool Cancel() override { return Record("cancel", 0, true); }
-    bool Leave(QEvent*) override { return Record("leave", 0, false); }
-    bool MousePress(QMouseEvent* event) override { return RecordMouse("press", event); }
-    bool MouseMove(QMouseEvent* event) override { return RecordMouse("move", event); }
-    bool MouseRelease(QMouseEvent* event) override { return RecordMouse("release", event); }
-    bool MouseDoubleClick(QMouseEvent* event) override { return RecordMouse("doubleClick", event); }
+    bool KeyPress(QKeyEvent* e) override { return Add("key " + std::to_string(e->key()), consumeKeys); }
+    bool KeyRelease(QKeyEvent* e) override { return Add("keyUp " + std::to_string(e->key()), consumeKeys); }
+    bool Cancel() override { return Add("cancel", true); }
+    bool Leave(QEvent*) override { return Add("leave", false); }
+    bool MousePress(QMouseEvent* e) override { return Add(At("press", e->pos()), consumeMouse); }
+    bool MouseMove(QMouseEvent* e) override { return Add(At("move", e->pos()), consumeMouse); }
+    bool MouseRelease(QMouseEvent* e) override { return Add(At("release", e->pos()), consumeMouse); }
+    bool MouseDoubleClick(QMouseEvent* e) override { return Add(At("double", e->pos()), consumeMouse); }
     void HandModeEnded() override { calls.push_back("handModeEnded"); }
 
-    static std::string At(const char* what, QPoint pos)
+    static std::string At(const char* what, QPoint p)
     {
-        return std::string(what) + " " + std::to_string(pos.x()) + "," + std::to_string(pos.y());
+        return std::string(what) + " " + std::to_string(p.x()) + "," + std::to_string(p.y());
     }
 
 private:
-    bool Record(const char* what, int key, bool result)
+    bool Add(std::string call, bool result)
     {
-        calls.push_back(std::string(what) + (key ? " " + std::to_string(key) : std::string()));
+        calls.push_back(std::move(call));
         return result;
-    }
-    bool RecordMouse(const char* what, QMouseEvent* event)
-    {
-        calls.push_back(At(what, event->pos()));
-        return consumeMouse;
     }
 };
 
-// The cursor far from every window, so that no view is under the mouse.
 inline void MoveCursorAway()
 {
     QCursor::setPos(-5000, -5000);
     QCoreApplication::processEvents();
 }
 
-// A shown view over a FakeController's scene, with the limits, the step and the answer to
-// activateDragMode that the host gives it.
 class ViewHarness {
 public:
+    static constexpr double kMinPercent = 10.0;
+    static constexpr double kMaxPercent = 1600.0;
+    static constexpr double kStepPercent = 10.0;
+    static constexpr int kNotch = 120; // one notch of a common wheel, in eighths of a degree
+
     ViewHarness(QSize pictureSize, QSize viewSize)
-        : controller(std::make_shared<FakeController>(pictureSize))
+        : tempDir_("LUMINDRA_TEMP_DIR", QDir(sandbox_.Path()).filePath("tmp").toUtf8())
     {
         MoveCursorAway();
+        QImage picture(pictureSize, QImage::Format_RGB32);
+        picture.fill(QColor(120, 140, 160));
+        controller = WorkspaceController::Create(provider_, QPixmap::fromImage(picture), PhotoCore::ImageSourcePaste);
         QObject::connect(view.GetEmitter(), &ScalableViewEmitter::activateDragMode, &view, &WorkspaceView::SetDragMode);
         view.SetRestrictionForScale(IScalableView::ScaleUp, kMaxPercent);
         view.SetRestrictionForScale(IScalableView::ScaleDown, kMinPercent);
@@ -214,43 +81,46 @@ public:
         view.resize(viewSize);
         view.show();
         exposed = QTest::qWaitForWindowExposed(&view);
+        // Frames of the opening land now, not in the middle of a test.
+        controller->GetLumindraDrawer()->WaitForIdle(kDefaultWaitMs);
+        QCoreApplication::processEvents();
     }
 
-    QWidget* Viewport() { return view.viewport(); }
-    QPoint Global(QPoint viewportPos) { return view.viewport()->mapToGlobal(viewportPos); }
+    WorkspaceScene& Scene() { return static_cast<WorkspaceScene&>(*controller->GetScene()); }
+    QPoint Global(QPoint p) { return view.viewport()->mapToGlobal(p); }
     // Puts the cursor over the viewport and waits until the view knows it is under the mouse.
-    bool PutCursorAt(QPoint viewportPos)
+    bool PutCursorAt(QPoint p)
     {
-        QCursor::setPos(Global(viewportPos));
+        QCursor::setPos(Global(p));
         return WaitUntil([this] { return view.testAttribute(Qt::WA_UnderMouse); });
     }
-    // One wheel notch (or `delta`) at a viewport position; returns whether the event was accepted.
-    bool Wheel(QPoint viewportPos, int delta = kNotch)
+    bool Wheel(QPoint p, int delta = kNotch)
     {
-        QWheelEvent event(QPointF(viewportPos), QPointF(Global(viewportPos)), QPoint(), QPoint(0, delta), Qt::NoButton,
-                          Qt::NoModifier, Qt::NoScrollPhase, false);
-        event.ignore();
-        QCoreApplication::sendEvent(view.viewport(), &event);
-        return event.isAccepted();
+        QWheelEvent e(QPointF(p), QPointF(Global(p)), QPoint(), QPoint(0, delta), Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+        e.ignore();
+        QCoreApplication::sendEvent(view.viewport(), &e);
+        return e.isAccepted();
     }
-    void Mouse(QEvent::Type type, QPoint viewportPos, Qt::MouseButton button, Qt::MouseButtons buttons)
+    void Mouse(QEvent::Type type, QPoint p, Qt::MouseButton button, Qt::MouseButtons buttons)
     {
-        QMouseEvent event(type, viewportPos, Global(viewportPos), button, buttons, Qt::NoModifier);
-        QCoreApplication::sendEvent(view.viewport(), &event);
+        QMouseEvent e(type, p, Global(p), button, buttons, Qt::NoModifier);
+        QCoreApplication::sendEvent(view.viewport(), &e);
     }
-    void Key(QEvent::Type type, int key, bool autoRepeat = false, const QString& text = QString())
+    void Key(QEvent::Type type, int key, bool autoRepeat = false)
     {
-        QKeyEvent event(type, key, Qt::NoModifier, text, autoRepeat);
-        QCoreApplication::sendEvent(&view, &event);
+        QKeyEvent e(type, key, Qt::NoModifier, key == Qt::Key_Space ? QStringLiteral(" ") : QString(), autoRepeat);
+        QCoreApplication::sendEvent(&view, &e);
     }
 
-    static constexpr double kMinPercent = 10.0;
-    static constexpr double kMaxPercent = 1600.0;
-    static constexpr double kStepPercent = 10.0;
-    static constexpr int kNotch = 120; // one notch of a common mouse wheel, in eighths of a degree
+private:
+    Sandbox sandbox_;
+    ScopedEnv tempDir_; // the cores' session folders go to the sandbox
+    WorkspaceControllerProvider provider_ {false, nullptr, false};
 
-    std::shared_ptr<FakeController> controller; // outlives the view, which unregisters from it
-    WorkspaceView view;
+public:
+    std::shared_ptr<IWorkspaceController> controller;
+    WorkspaceView view; // dies first, unregistering from the live controller
     bool exposed = false;
 };
 
