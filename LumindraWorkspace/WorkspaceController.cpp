@@ -109,8 +109,10 @@ PhotoCorePtr WorkspaceController::CreateCore(WorkspaceControllerProvider& provid
         if (inventedName)
             *inventedName = name;
     } else {
-        const QString folder = QFileInfo(FromUtf8(path.utf8string())).absolutePath();
-        Util::SaveDirPath(QDir::fromNativeSeparators(folder).toStdString(), Settings::OPEN);
+        const QString folder = QDir::fromNativeSeparators(QFileInfo(FromUtf8(path.utf8string())).absolutePath());
+        // Stepping through one folder records it once: every write to the settings store goes to disk.
+        if (Util::GetDefaultSaveFolder(QString::fromLatin1(Settings::OPEN)) != folder)
+            Util::SaveDirPath(folder.toStdString(), Settings::OPEN);
     }
 
     PhotoCorePtr core = provider.GetCore(path, key, pixmap, source);
