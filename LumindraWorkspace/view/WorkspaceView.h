@@ -40,8 +40,8 @@ class ToolTipManager;
 // the view sends the button press that starts or ends the drag right after asking. "[" and "]"
 // ask for a smaller or larger brush, arrows at the picture's edge and Page Up/Down for the
 // previous or next file; keys that nothing used go to the host's special hotkeys, and a Delete
-// that even they leave asks for deleting the file. A right-button press opens the context menu after a short delay
-// unless a chord starts first.
+// that even they leave asks for deleting the file. A right-button press opens the context menu
+// after a short delay unless a chord starts first.
 //
 // Everything runs on the UI thread; drawer events of the editing core arrive through the
 // DrawerEventHandlerUI base, already moved to the UI thread.
