@@ -1,9 +1,6 @@
 // Saving through the controller: the transparency question and what each answer does, the
-// refusal of formats that cannot be written over the open file, and the statistics event that
-// describes every save.
-
-#include <cmath>
-#include <cstdlib>
+// refusal of formats that cannot be written over the open file, the statistics event that
+// describes every save, and the session save with its preview.
 
 #include <QFile>
 #include <QGuiApplication>
@@ -193,55 +190,6 @@ TEST_F(ControllerSaveTest, SessionSaveWritesThePreviewOnlyWhenSessionsAreShown)
         EXPECT_EQ(QString::fromStdString(controller->GenerateTemporaryFilePath().utf8string()).section('/', 0, -2),
                   QDir::cleanPath(folder));
     }
-}
-
-struct PreviewCase {
-    const char* what;
-    QSize snapshot;
-    QSize scaled; // the size the snapshot is scaled to before the centre is cut out
-};
-
-class PreviewTest : public ::testing::TestWithParam<PreviewCase> {};
-
-TEST_P(PreviewTest, CoversTheTargetAndCutsOutTheCentre)
-{
-    const PreviewCase& c = GetParam();
-    const QSizeF target(256, 192);
-    // Three vertical and three horizontal bands: the centre cell is green, the rest red.
-    QImage snapshot(c.snapshot, QImage::Format_ARGB32);
-    snapshot.fill(Qt::red);
-    for (int y = 0; y < snapshot.height(); ++y)
-        for (int x = 0; x < snapshot.width(); ++x) {
-            const bool centreX = std::abs(x - snapshot.width() / 2) < c.snapshot.width() * 128 / c.scaled.width() - 2;
-            const bool centreY = std::abs(y - snapshot.height() / 2) < c.snapshot.height() * 96 / c.scaled.height() - 2;
-            if (centreX && centreY)
-                snapshot.setPixelColor(x, y, Qt::green);
-        }
-
-    const QImage preview = WorkspaceController::MakePreview(snapshot, target);
-    ASSERT_EQ(preview.size(), QSize(256, 192)) << c.what;
-    // The cut-out is the green centre, up to a blended edge.
-    const QColor middle = TS::MeanColor(preview, QRect(16, 16, 224, 160));
-    EXPECT_GT(middle.green(), 200) << c.what;
-    EXPECT_LT(middle.red(), 60) << c.what;
-    if (c.snapshot == c.scaled) {
-        EXPECT_EQ(preview, snapshot.copy(QRect(QPoint((c.snapshot.width() - 256) / 2, (c.snapshot.height() - 192) / 2),
-                                               QSize(256, 192))))
-            << c.what;
-    }
-}
-
-INSTANTIATE_TEST_SUITE_P(Shapes, PreviewTest,
-                         ::testing::Values(PreviewCase {"exact size", {256, 192}, {256, 192}},
-                                           PreviewCase {"wide panorama scales by height", {1600, 400}, {768, 192}},
-                                           PreviewCase {"tall portrait scales by width", {400, 1200}, {256, 768}},
-                                           PreviewCase {"same aspect, larger", {1024, 768}, {256, 192}}),
-                         TS::CaseNamer());
-
-TEST(PreviewEdgeTest, NothingToScaleGivesNoPreview)
-{
-    EXPECT_TRUE(WorkspaceController::MakePreview(QImage(), QSizeF(256, 192)).isNull());
-    EXPECT_TRUE(WorkspaceController::MakePreview(QImage(10, 10, QImage::Format_ARGB32), QSizeF()).isNull());
 }
 
 } // namespace

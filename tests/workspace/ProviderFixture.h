@@ -1,9 +1,9 @@
 #pragma once
 
-// Shared set-up of the provider and controller tests: a sandbox for the photos and for the
-// cores' session folders, and a recorder of the cores the provider builds through the real
-// editing-core factory (with optional failures and a gate that holds a build until released).
+// Shared set-up of the provider and controller tests: a sandbox for the photos and the cores'
+// session folders, and a recorder of the cores the provider builds.
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -27,35 +27,28 @@ namespace Quelto::Lumindra::Test {
 // A small real photograph of the test data, copied under a name of the test's choice.
 inline const char* const kPhoto = "exif-samples/jpg/Canon_40D.jpg";
 
+// Records the cores the provider builds through the real factory; can fail chosen builds, lower
+// the pixel limit, and hold the worker's next build until released.
 class CoreRecorder {
 public:
     struct Build {
-        std::string name; // cache name of the file
+        std::string name; // cache name of the file, or the folder of a restore
         bool fresh = true;
         bool waitForFullFrame = false;
-        bool restored = false;
-        bool fromImage = false;
         std::thread::id thread;
     };
 
     // Installs the recording factory; the recorder must outlive the provider's use of it.
     void Install(WorkspaceControllerProvider& provider)
     {
-        const auto real = WorkspaceControllerProvider::DefaultCoreFactory();
-        WorkspaceControllerProvider::CoreFactory factory;
+        auto factory = WorkspaceControllerProvider::DefaultCoreFactory();
+        const auto real = factory;
         factory.createFromFile = [this, real](const ioPath& path, const std::string& key,
                                               const PhotoCore::CoreCreateOptions& options) {
-            auto adjusted = Enter(WorkspaceControllerProvider::CacheName(path), options, false, false);
-            return real.createFromFile(path, key, adjusted);
-        };
-        factory.createFromImage = [this, real](const QImage& image, PhotoCore::ImageSource source,
-                                               const PhotoCore::CoreCreateOptions& options) {
-            auto adjusted = Enter("<image>", options, false, true);
-            return real.createFromImage(image, source, adjusted);
+            return real.createFromFile(path, key, Enter(WorkspaceControllerProvider::CacheName(path), options));
         };
         factory.restore = [this, real](const ioPath& folder, const PhotoCore::CoreCreateOptions& options) {
-            auto adjusted = Enter(folder.utf8string(), options, true, false);
-            return real.restore(folder, adjusted);
+            return real.restore(folder, Enter(folder.utf8string(), options));
         };
         provider.SetCoreFactory(factory);
     }
@@ -65,21 +58,17 @@ public:
         std::lock_guard<std::mutex> lock(mutex_);
         return builds_;
     }
-    int Count(const std::string& name) const
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        int n = 0;
-        for (const auto& b : builds_)
-            n += b.name == name;
-        return n;
-    }
     std::vector<std::string> Names() const
     {
-        std::lock_guard<std::mutex> lock(mutex_);
         std::vector<std::string> names;
-        for (const auto& b : builds_)
+        for (const auto& b : Builds())
             names.push_back(b.name);
         return names;
+    }
+    int Count(const std::string& name) const
+    {
+        const auto names = Names();
+        return static_cast<int>(std::count(names.begin(), names.end(), name));
     }
 
     // The next `count` builds of `name` throw before building anything.
@@ -89,20 +78,17 @@ public:
         failName_ = name;
         failCount_ = count;
     }
-    // Lowers the pixel limit of every build (to reach a core scaled down for memory).
     void SetPixelLimit(std::uint64_t limit)
     {
         std::lock_guard<std::mutex> lock(mutex_);
         pixelLimit_ = limit;
     }
 
-    // Holds the next build on the worker until Release(); WaitHeld() returns once it is held.
+    // Holds the worker's next build until Release(); WaitHeld() returns once it is held.
     void HoldNextWorkerBuild()
     {
         std::lock_guard<std::mutex> lock(mutex_);
         holdNext_ = true;
-        held_ = false;
-        released_ = false;
     }
     bool WaitHeld()
     {
@@ -117,13 +103,10 @@ public:
     }
 
 private:
-    PhotoCore::CoreCreateOptions Enter(const std::string& name, PhotoCore::CoreCreateOptions options, bool restored,
-                                       bool fromImage)
+    PhotoCore::CoreCreateOptions Enter(const std::string& name, PhotoCore::CoreCreateOptions options)
     {
         std::unique_lock<std::mutex> lock(mutex_);
-        builds_.push_back({name, options.fresh, options.waitForFullFrame, restored, fromImage,
-                           std::this_thread::get_id()});
-        changed_.notify_all();
+        builds_.push_back({name, options.fresh, options.waitForFullFrame, std::this_thread::get_id()});
         if (holdNext_ && options.waitForFullFrame) {
             holdNext_ = false;
             held_ = true;
@@ -145,9 +128,7 @@ private:
     std::string failName_;
     int failCount_ = 0;
     std::uint64_t pixelLimit_ = 0;
-    bool holdNext_ = false;
-    bool held_ = false;
-    bool released_ = false;
+    bool holdNext_ = false, held_ = false, released_ = false;
 };
 
 class ProviderFixture : public ::testing::Test {

@@ -42,11 +42,11 @@ class ProviderTest : public TS::ProviderFixture {
 protected:
     // Waits until the worker has finished everything asked before: the sentinel, the last name
     // of a fresh request, is built only after the worker took that request.
-    void FlushWorker(WorkspaceControllerProvider& provider, CoreRecorder& recorder, const std::string& keep = {})
+    void FlushWorker(const std::string& keep = {})
     {
         const std::string sentinel = Photo(QStringLiteral("sentinel%1.jpg").arg(++sentinels_));
-        provider.OnFilePreloadRequest({"first", "second", keep.empty() ? sentinel : keep, sentinel});
-        ASSERT_TRUE(TS::WaitUntil([&] { return recorder.Count(Name(sentinel)) > 0 && provider.GetCache().Find(Name(sentinel)); }));
+        provider_->OnFilePreloadRequest({"first", "second", keep.empty() ? sentinel : keep, sentinel});
+        ASSERT_TRUE(TS::WaitUntil([&] { return provider_->GetCache().Find(Name(sentinel)) != nullptr; }));
     }
     // A text file that calls itself a JPEG.
     std::string NotAnImage(const QString& name)
@@ -56,33 +56,42 @@ protected:
         file.write("this is no picture\n");
         return file.fileName().toStdString();
     }
+    // A provider that builds through the recorder_.
+    WorkspaceControllerProvider& Provider(bool sessionMode = false, bool preloadEnabled = true)
+    {
+        provider_ = std::make_unique<WorkspaceControllerProvider>(sessionMode, nullptr, preloadEnabled);
+        recorder_.Install(*provider_);
+        return *provider_;
+    }
+
+    CoreRecorder recorder_; // outlives the provider, whose worker calls it
+    std::unique_ptr<WorkspaceControllerProvider> provider_;
     int sentinels_ = 0;
 };
 
 TEST_F(ProviderTest, UnchangedCachedCoreIsHandedOutAgain)
 {
-    CoreRecorder recorder;
-    WorkspaceControllerProvider provider(false, nullptr, true);
-    recorder.Install(provider);
+    auto& provider = Provider();
     const std::string a = Photo("a.jpg");
     TS::LogCapture log(30);
 
     PhotoCorePtr first = Open(provider, a);
     PhotoCorePtr second = Open(provider, a);
     EXPECT_EQ(first, second);
-    EXPECT_EQ(recorder.Count(Name(a)), 1);
+    EXPECT_EQ(recorder_.Count(Name(a)), 1);
     EXPECT_EQ(log.Count(Name(a) + " would be created"), 1);
     EXPECT_EQ(log.Count(Name(a) + " already cached"), 1);
     EXPECT_TRUE(log.Contains("Temporary folder:" + first->GetIOEngine().GetSessionFolder().utf8string()));
     EXPECT_EQ(provider.GetCache().GetCurrentName(), Name(a));
     // The UI's open returns with the preview; only the worker waits for the full frame.
-    ASSERT_EQ(recorder.Builds().size(), 1u);
-    EXPECT_FALSE(recorder.Builds()[0].waitForFullFrame);
-    EXPECT_TRUE(recorder.Builds()[0].fresh);
+    ASSERT_EQ(recorder_.Builds().size(), 1u);
+    EXPECT_FALSE(recorder_.Builds()[0].waitForFullFrame);
+    EXPECT_TRUE(recorder_.Builds()[0].fresh);
 }
 
 struct RejectCase {
     const char* what;
+    bool sessionMode; // reuses every cached core without asking
     bool edit;        // the core holds an edit (first question)
     bool replaceFile; // the file changed on disk (second question)
 };
@@ -91,104 +100,72 @@ class ProviderRejectTest : public ProviderTest, public ::testing::WithParamInter
 
 TEST_P(ProviderRejectTest, CachedCoreThatFailsTheCheckIsRebuiltNotFresh)
 {
-    CoreRecorder recorder;
-    WorkspaceControllerProvider provider(false, nullptr, true);
-    recorder.Install(provider);
+    const RejectCase& c = GetParam();
+    auto& provider = Provider(c.sessionMode);
     const std::string a = Photo("a.jpg");
     PhotoCorePtr first = Open(provider, a);
     ASSERT_TRUE(first->WaitForIdle(TS::kDefaultWaitMs));
-    if (GetParam().edit)
+    if (c.edit)
         Edit(first);
-    if (GetParam().replaceFile) {
+    if (c.replaceFile) {
         QFile::remove(QString::fromStdString(a));
         sandbox_.CopyTestData(QStringLiteral("exif-samples/jpg/Nikon_D70.jpg"), QStringLiteral("a.jpg"));
     }
     TS::LogCapture log(30);
 
     PhotoCorePtr second = Open(provider, a);
-    EXPECT_NE(first, second) << GetParam().what;
-    EXPECT_EQ(log.Count(Name(a) + " would be recreated"), 1) << GetParam().what;
-    const auto builds = recorder.Builds();
+    if (c.sessionMode) {
+        EXPECT_EQ(second, first);
+        EXPECT_EQ(recorder_.Count(Name(a)), 1);
+        return;
+    }
+    EXPECT_NE(first, second);
+    EXPECT_EQ(log.Count(Name(a) + " would be recreated"), 1);
+    const auto builds = recorder_.Builds();
     ASSERT_EQ(builds.size(), 2u);
     EXPECT_TRUE(builds[0].fresh);
-    EXPECT_FALSE(builds[1].fresh) << GetParam().what;
+    EXPECT_FALSE(builds[1].fresh);
     EXPECT_EQ(provider.GetCache().Find(Name(a)), second) << "the rebuilt core replaces the rejected one";
     EXPECT_EQ(second->GetUndoCount(), 0);
 }
 
-TEST_P(ProviderRejectTest, SessionModeReusesTheCachedCoreWithoutAsking)
-{
-    CoreRecorder recorder;
-    WorkspaceControllerProvider provider(true, nullptr, true);
-    recorder.Install(provider);
-    const std::string a = Photo("a.jpg");
-    PhotoCorePtr first = Open(provider, a);
-    ASSERT_TRUE(first->WaitForIdle(TS::kDefaultWaitMs));
-    if (GetParam().edit)
-        Edit(first);
-    if (GetParam().replaceFile) {
-        QFile::remove(QString::fromStdString(a));
-        sandbox_.CopyTestData(QStringLiteral("exif-samples/jpg/Nikon_D70.jpg"), QStringLiteral("a.jpg"));
-    }
-    EXPECT_EQ(Open(provider, a), first) << GetParam().what;
-    EXPECT_EQ(recorder.Count(Name(a)), 1);
-}
-
 INSTANTIATE_TEST_SUITE_P(Check, ProviderRejectTest,
-                         ::testing::Values(RejectCase {"an unsaved edit", true, false},
-                                           RejectCase {"the file replaced on disk", false, true}),
+                         ::testing::Values(RejectCase {"an unsaved edit", false, true, false},
+                                           RejectCase {"the file replaced on disk", false, false, true},
+                                           RejectCase {"session mode keeps an edited core", true, true, false},
+                                           RejectCase {"session mode keeps a core of a replaced file", true, false, true}),
                          TS::CaseNamer());
 
 TEST_F(ProviderTest, FailedLoadIsRetriedOnceAfterEmptyingTheCache)
 {
-    CoreRecorder recorder;
-    WorkspaceControllerProvider provider(false, nullptr, true);
-    recorder.Install(provider);
-    const std::string a = Photo("a.jpg");
-    const std::string b = Photo("b.jpg");
+    auto& provider = Provider();
+    const std::string a = Photo("a.jpg"), b = Photo("b.jpg"), broken = NotAnImage("broken.jpg");
     Open(provider, a);
-    recorder.FailNext(Name(b), 1);
+    recorder_.FailNext(Name(b), 1);
     TS::LogCapture log(30);
 
-    PhotoCorePtr core = Open(provider, b);
-    ASSERT_TRUE(core);
-    EXPECT_EQ(recorder.Count(Name(b)), 2);
+    EXPECT_TRUE(Open(provider, b));
+    EXPECT_EQ(recorder_.Count(Name(b)), 2);
     EXPECT_EQ(log.Count("Trying to cleanup the cache and load again"), 1);
     EXPECT_EQ(provider.GetCache().GetNames(), std::vector<std::string> {Name(b)})
         << "the clean-up keeps only the file being opened";
-}
 
-TEST_F(ProviderTest, SecondFailureReachesTheCallerAndTheOpenFileStaysCurrent)
-{
-    CoreRecorder recorder;
-    WorkspaceControllerProvider provider(false, nullptr, true);
-    recorder.Install(provider);
-    const std::string a = Photo("a.jpg");
-    Open(provider, a);
-    const std::string broken = NotAnImage("broken.jpg");
-
-    try {
-        Open(provider, broken);
-        FAIL() << "a broken file must not open";
-    } catch (const Core::Exception& e) {
-        EXPECT_FALSE(e.GetDescription().empty());
-    }
-    EXPECT_EQ(recorder.Count(Name(broken)), 2) << "one retry, no more";
-    EXPECT_EQ(provider.GetCache().GetCurrentName(), Name(a));
+    // A second failure reaches the caller; the open file stays current.
+    EXPECT_THROW(Open(provider, broken), Core::Exception);
+    EXPECT_EQ(recorder_.Count(Name(broken)), 2) << "one retry, no more";
+    EXPECT_EQ(provider.GetCache().GetCurrentName(), Name(b));
     EXPECT_FALSE(provider.GetCache().Find(Name(broken)));
 }
 
 TEST_F(ProviderTest, ImageScaledDownForMemoryIsAnnounced)
 {
-    CoreRecorder recorder;
-    WorkspaceControllerProvider provider(false, nullptr, true);
-    recorder.Install(provider);
+    auto& provider = Provider();
     {
         TS::ScopedAlertAnswer alerts(QDialogButtonBox::Ok);
         Open(provider, Photo("normal.jpg"));
         EXPECT_EQ(alerts.Count(), 0);
     }
-    recorder.SetPixelLimit(1'000); // the photograph has 6,800 pixels
+    recorder_.SetPixelLimit(1'000); // the photograph has 6,800 pixels
     TS::ScopedAlertAnswer alerts(QDialogButtonBox::Ok);
     PhotoCorePtr core = Open(provider, Photo("large.jpg"));
     ASSERT_TRUE(core);
@@ -200,47 +177,46 @@ TEST_F(ProviderTest, ImageScaledDownForMemoryIsAnnounced)
 
 TEST_F(ProviderTest, UiAndWorkerRequestsForOneFileBuildOneCore)
 {
-    CoreRecorder recorder;
-    WorkspaceControllerProvider provider(false, nullptr, true);
-    recorder.Install(provider);
+    auto& provider = Provider();
     // Each round races a foreground open against the worker's preload of the same file.
     for (int i = 0; i < 6; ++i) {
         const std::string file = Photo(QStringLiteral("race%1.jpg").arg(i));
         provider.OnFilePreloadRequest({"first", "second", file});
         PhotoCorePtr core = Open(provider, file);
-        FlushWorker(provider, recorder, file);
-        EXPECT_EQ(recorder.Count(Name(file)), 1) << "round " << i;
+        FlushWorker(file);
+        EXPECT_EQ(recorder_.Count(Name(file)), 1) << "round " << i;
         EXPECT_EQ(provider.GetCache().Find(Name(file)), core) << "round " << i;
     }
 }
 
-TEST_F(ProviderTest, WorkerPreloadsFromTheThirdNameWithFullFrames)
+TEST_F(ProviderTest, WorkerPreloadsFromTheThirdNameWithFullFramesAndSkipsFailures)
 {
-    CoreRecorder recorder;
-    WorkspaceControllerProvider provider(false, nullptr, true);
-    recorder.Install(provider);
+    auto& provider = Provider();
     const std::string one = Photo("one.jpg"), two = Photo("two.jpg"), three = Photo("three.jpg"),
-                      four = Photo("four.jpg");
+                      four = Photo("four.jpg"), five = Photo("five.jpg"), broken = NotAnImage("broken.jpg");
+    recorder_.FailNext(Name(four), 1);
     TS::LogCapture log(30);
-    provider.OnFilePreloadRequest({one, two, three, four});
-    ASSERT_TRUE(TS::WaitUntil([&] { return provider.GetCache().Find(Name(four)) != nullptr; }));
+    provider.OnFilePreloadRequest({one, two, three, broken, four, five});
+    ASSERT_TRUE(TS::WaitUntil([&] { return provider.GetCache().Find(Name(five)) != nullptr; }));
 
-    EXPECT_EQ(recorder.Names(), (std::vector<std::string> {Name(three), Name(four)}));
-    for (const auto& build : recorder.Builds()) {
+    // A failed file is logged and skipped; the round goes on.
+    EXPECT_EQ(log.Count("Backgrownd code loading failed"), 2);
+    EXPECT_FALSE(provider.GetCache().Find(Name(broken)));
+    EXPECT_FALSE(provider.GetCache().Find(Name(four)));
+    EXPECT_EQ(recorder_.Names(), (std::vector<std::string> {Name(three), Name(broken), Name(four), Name(five)}));
+    for (const auto& build : recorder_.Builds()) {
         EXPECT_TRUE(build.waitForFullFrame);
         EXPECT_NE(build.thread, std::this_thread::get_id());
-        EXPECT_TRUE(provider.GetCache().Find(build.name)->GetProcessing().IsFullFrameReady());
     }
+    EXPECT_TRUE(provider.GetCache().Find(Name(three))->GetProcessing().IsFullFrameReady());
     // Opening a preloaded neighbour takes its core as it is.
     EXPECT_EQ(Open(provider, three), provider.GetCache().Find(Name(three)));
-    EXPECT_EQ(recorder.Count(Name(three)), 1);
+    EXPECT_EQ(recorder_.Count(Name(three)), 1);
 }
 
 TEST_F(ProviderTest, RequestOfTwoNamesPreloadsNothingButCleansTheCache)
 {
-    CoreRecorder recorder;
-    WorkspaceControllerProvider provider(false, nullptr, true);
-    recorder.Install(provider);
+    auto& provider = Provider();
     const std::string a = Photo("a.jpg"), b = Photo("b.jpg"), c = Photo("c.jpg");
     Open(provider, a);
     Open(provider, b);
@@ -248,45 +224,28 @@ TEST_F(ProviderTest, RequestOfTwoNamesPreloadsNothingButCleansTheCache)
 
     provider.OnFilePreloadRequest({b, c});
     ASSERT_TRUE(TS::WaitUntil([&] { return !provider.GetCache().Find(Name(a)); }));
-    FlushWorker(provider, recorder);
-    EXPECT_EQ(recorder.Count(Name(c)), 0);
+    FlushWorker();
+    EXPECT_EQ(recorder_.Count(Name(c)), 0);
 }
 
 TEST_F(ProviderTest, NewestPreloadRequestWinsAndInterruptsARoundBetweenFiles)
 {
-    CoreRecorder recorder;
-    WorkspaceControllerProvider provider(false, nullptr, true);
-    recorder.Install(provider);
+    auto& provider = Provider();
     const std::string c1 = Photo("c1.jpg"), c2 = Photo("c2.jpg"), d1 = Photo("d1.jpg"), e1 = Photo("e1.jpg");
 
-    recorder.HoldNextWorkerBuild();
+    recorder_.HoldNextWorkerBuild();
     provider.OnFilePreloadRequest({"x", "y", c1, c2});
-    ASSERT_TRUE(recorder.WaitHeld());
+    ASSERT_TRUE(recorder_.WaitHeld());
     // Two requests while the worker is busy: the second replaces the first in the queue.
     provider.OnFilePreloadRequest({"x", "y", d1});
     provider.OnFilePreloadRequest({"x", "y", e1});
     provider.OnFilePreloadRequest({}); // an empty request is ignored
-    recorder.Release();
+    recorder_.Release();
 
     ASSERT_TRUE(TS::WaitUntil([&] { return provider.GetCache().Find(Name(e1)) != nullptr; }));
-    EXPECT_EQ(recorder.Names(), (std::vector<std::string> {Name(c1), Name(e1)}))
+    EXPECT_EQ(recorder_.Names(), (std::vector<std::string> {Name(c1), Name(e1)}))
         << "the round stops after its current file and the older request is never served";
     EXPECT_FALSE(provider.GetCache().Find(Name(c1))) << "the newest request's clean-up drops what it does not want";
-}
-
-TEST_F(ProviderTest, BackgroundFailureIsLoggedAndTheRoundGoesOn)
-{
-    CoreRecorder recorder;
-    WorkspaceControllerProvider provider(false, nullptr, true);
-    recorder.Install(provider);
-    const std::string broken = NotAnImage("broken.jpg");
-    const std::string good = Photo("good.jpg");
-    TS::LogCapture log(30);
-
-    provider.OnFilePreloadRequest({"x", "y", broken, sandbox_.FilePathUtf8("missing.jpg"), good});
-    ASSERT_TRUE(TS::WaitUntil([&] { return provider.GetCache().Find(Name(good)) != nullptr; }));
-    EXPECT_EQ(log.Count("Backgrownd code loading failed"), 2);
-    EXPECT_FALSE(provider.GetCache().Find(Name(broken)));
 }
 
 TEST_F(ProviderTest, PreloadNeverFillsTheCacheBeyondTheBound)
@@ -332,23 +291,20 @@ TEST_F(ProviderTest, CoreCacheSettingAndHostFlagSwitchPreloadingOff)
         EXPECT_EQ(log.Contains("Core cache disabled"), !c.setting);
         EXPECT_EQ(log.Contains("Core cache enabled"), c.setting);
 
-        const std::string a = Photo("a.jpg"), b = Photo("b.jpg");
+        const std::string a = Photo("a.jpg");
         provider.OnFilePreloadRequest({"x", "y", a});
         // The cache still works for the host's own opens.
         PhotoCorePtr core = Open(provider, a);
         EXPECT_EQ(Open(provider, a), core);
         ASSERT_EQ(recorder.Builds().size(), 1u);
         EXPECT_FALSE(recorder.Builds()[0].waitForFullFrame) << "built by the UI, never by a worker";
-        (void)b;
     }
     Util::SettingsManager::Instance().Remove(Util::Settings::Name(Util::Settings::CORE_CACHE_ENABLED));
 }
 
 TEST_F(ProviderTest, PushThenPopReopensTheFileWithItsEditsAndSkipsTheCheck)
 {
-    CoreRecorder recorder;
-    WorkspaceControllerProvider provider(false, nullptr, true);
-    recorder.Install(provider);
+    auto& provider = Provider();
     const std::string a = Photo("a.jpg");
     PhotoCorePtr edited = Open(provider, a);
     Edit(edited);
@@ -380,40 +336,6 @@ TEST_F(ProviderTest, PushThenPopReopensTheFileWithItsEditsAndSkipsTheCheck)
     EXPECT_NE(Open(provider, a), restored);
 }
 
-TEST_F(ProviderTest, PoppedFileIsRestoredByTheForegroundOpenToo)
-{
-    CoreRecorder recorder;
-    WorkspaceControllerProvider provider(false, nullptr, true);
-    recorder.Install(provider);
-    const std::string a = Photo("a.jpg");
-    PhotoCorePtr edited = Open(provider, a);
-    Edit(edited);
-    provider.OnPushWorkspaceController();
-    edited.reset();
-    provider.OnPopWorkspaceController();
-
-    PhotoCorePtr reopened = Open(provider, a);
-    EXPECT_EQ(reopened->GetUndoCount(), 1);
-    EXPECT_TRUE(recorder.Builds().back().restored);
-}
-
-TEST_F(ProviderTest, ResetForgetsOneFilesCoreAndIgnoresUncachedFiles)
-{
-    CoreRecorder recorder;
-    WorkspaceControllerProvider provider(false, nullptr, true);
-    recorder.Install(provider);
-    const std::string a = Photo("a.jpg"), b = Photo("b.jpg");
-    Open(provider, a);
-    Open(provider, b);
-
-    provider.OnResetWorkspaceControllerCache(sandbox_.FilePathUtf8("never-opened.jpg"));
-    EXPECT_EQ(provider.GetCache().GetSize(), 2u);
-    provider.OnResetWorkspaceControllerCache(a);
-    EXPECT_EQ(provider.GetCache().GetNames(), std::vector<std::string> {Name(b)});
-    Open(provider, a);
-    EXPECT_EQ(recorder.Count(Name(a)), 2);
-}
-
 // Emits what the host sends through the objects connector.
 class HostEmitter : public QObject {
     Q_OBJECT
@@ -438,7 +360,6 @@ TEST_F(ProviderTest, HostReachesTheProviderThroughTheObjectsConnector)
     using Util::ObjectsConnector;
     using ModuleID = Workspace::IObjectsConnectorID;
     using HostID = LumindraInt::IObjectsConnectorID;
-    CoreRecorder recorder;
     HostEmitter host;
     HostReceiver receiver;
     ObjectsConnector::registerEmitter(ModuleID::FILE_PRELOAD_REQUEST, &host, "2preload(const std::vector<std::string>&)");
@@ -448,8 +369,7 @@ TEST_F(ProviderTest, HostReachesTheProviderThroughTheObjectsConnector)
     ObjectsConnector::registerEmitter(HostID::ACTIVATE_TOOL_WIDGET, &host, "2tools(int)");
     ObjectsConnector::registerReceiver(HostID::OPEN_FILE, &receiver, "1AddFileToOpen(const QString&)");
 
-    WorkspaceControllerProvider provider(false, nullptr, true);
-    recorder.Install(provider);
+    auto& provider = Provider();
     const std::string a = Photo("a.jpg"), b = Photo("b.jpg"), c = Photo("c.jpg");
 
     EXPECT_EQ(provider.GetCache().GetCurrentTools(), -1);
@@ -458,6 +378,8 @@ TEST_F(ProviderTest, HostReachesTheProviderThroughTheObjectsConnector)
 
     Q_EMIT host.preload({a, b, c});
     ASSERT_TRUE(TS::WaitUntil([&] { return provider.GetCache().Find(Name(c)) != nullptr; }));
+    Q_EMIT host.reset(sandbox_.FilePathUtf8("never-opened.jpg"));
+    EXPECT_TRUE(provider.GetCache().Find(Name(c))) << "resetting a file that is not cached changes nothing";
     Q_EMIT host.reset(c);
     EXPECT_FALSE(provider.GetCache().Find(Name(c)));
 
@@ -470,19 +392,16 @@ TEST_F(ProviderTest, HostReachesTheProviderThroughTheObjectsConnector)
 
 TEST_F(ProviderTest, DestructionStopsThePreloadRoundAndJoinsTheWorker)
 {
-    CoreRecorder recorder;
     std::vector<std::string> request {"x", "y"};
     for (int i = 0; i < 6; ++i)
         request.push_back(Photo(QStringLiteral("p%1.jpg").arg(i)));
-    {
-        WorkspaceControllerProvider provider(false, nullptr, true);
-        recorder.Install(provider);
-        recorder.HoldNextWorkerBuild();
-        provider.OnFilePreloadRequest(request);
-        ASSERT_TRUE(recorder.WaitHeld());
-        recorder.Release();
-    }
-    EXPECT_LE(recorder.Builds().size(), 2u) << "the worker ends between files once asked to stop";
+    Provider();
+    recorder_.HoldNextWorkerBuild();
+    provider_->OnFilePreloadRequest(request);
+    ASSERT_TRUE(recorder_.WaitHeld());
+    recorder_.Release();
+    provider_.reset();
+    EXPECT_LE(recorder_.Builds().size(), 2u) << "the worker ends between files once asked to stop";
 }
 
 } // namespace

@@ -217,26 +217,6 @@ TEST_F(WorkspaceControllerTest, HasChangedFollowsEditsAndSaves)
     EXPECT_EQ(controller->GetFileName(), save.fileName) << "the file name follows the last save";
 }
 
-TEST_F(WorkspaceControllerTest, AccessorsHandOutTheCoresEngines)
-{
-    auto controller = OpenFile(Photo("a.jpg"));
-    PhotoCore::PhotoCorePtr core = provider_.GetCache().Find(provider_.GetCache().GetCurrentName());
-    ASSERT_TRUE(core);
-    EXPECT_EQ(controller->GetLumindraDrawer().get(), static_cast<PhotoCore::IPhotoCoreDrawer*>(core.get()));
-    EXPECT_EQ(controller->GetUndoEngine().get(), static_cast<PhotoCore::IPhotoCoreUndoBase*>(core.get()));
-    EXPECT_EQ(&controller->GetIOEngine(), &core->GetIOEngine());
-    EXPECT_EQ(&controller->GetTrackerEngine(), &core->GetTrackerEngine());
-    EXPECT_EQ(&controller->GetFrameInfo(), &core->GetFrameSettings(-1));
-    EXPECT_TRUE(controller->GetSerializeEngine());
-    ASSERT_TRUE(controller->GetScene());
-    EXPECT_EQ(controller->GetFileInfo(), core->GetIOEngine().GetMetadataSettings().GetFileInfo());
-
-    // A scene without a view, or with a view that is not scalable, has no view to hand out.
-    EXPECT_EQ(controller->GetView(), nullptr);
-    QGraphicsView plain(controller->GetScene());
-    EXPECT_EQ(controller->GetView(), nullptr);
-}
-
 TEST_F(WorkspaceControllerTest, RegistersWithTheObjectsConnectorForItsLife)
 {
     using HostID = LumindraInt::IObjectsConnectorID;
@@ -246,6 +226,11 @@ TEST_F(WorkspaceControllerTest, RegistersWithTheObjectsConnectorForItsLife)
     // The controller and its scene both emit renderingStarted.
     EXPECT_GE(Util::ObjectsConnector::emitterCount(HostID::RENDERING_STARTED), emitters + 1);
     EXPECT_EQ(Util::ObjectsConnector::receiverCount(HostID::LOCALE_CHANGED), receivers + 1);
+
+    // A scene without a view, or with a view that is not scalable, has no view to hand out.
+    EXPECT_EQ(controller->GetView(), nullptr);
+    QGraphicsView plain(controller->GetScene());
+    EXPECT_EQ(controller->GetView(), nullptr);
 
     auto* object = dynamic_cast<QObject*>(controller.get());
     ASSERT_TRUE(object);

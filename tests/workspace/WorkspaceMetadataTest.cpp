@@ -1,5 +1,5 @@
 // The user's metadata choices on real camera files: what a save keeps when metadata or GPS data
-// are stripped, the comment kept in two tags, and the statistics that describe the choices.
+// are stripped, and the comment kept in two tags.
 
 #include <algorithm>
 #include <set>
@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include "LumindraWorkspace/WorkspaceMetadata.h"
-#include "photocore/IStatisticsEventHandler.h"
 #include "proc/IImageMetadata.h"
 #include "CaseName.h"
 #include "support/TestSupport.h"
@@ -18,7 +17,6 @@ namespace {
 namespace TS = ::Quelto::Lumindra::Test;
 
 using Proc::IImageMetadata;
-using Stats = PhotoCore::IStatisticsEventHandler;
 
 bool StartsWith(const std::string& text, const std::string& prefix)
 {
@@ -164,81 +162,6 @@ TEST_F(WorkspaceMetadataTest, CommentLivesInTwoTagsAndIsReadFromTheFirstWithAVal
     EXPECT_EQ(WorkspaceMetadata::GetAuthor(settings), QStringLiteral("Ann"));
     metadata.SetAuthor(QString());
     EXPECT_TRUE(tags.GetTag(IImageMetadata::EXIF, IImageMetadata::BLOCK_IMAGE, IImageMetadata::TAG_ARTIST).IsEmpty());
-}
-
-struct StatisticsCase {
-    const char* what;
-    const char* authorAtOpen;
-    const char* authorNow;
-    bool removeMetadata, removeGps;
-    const char* authorValue;
-    const char* gpsValue; // null: the key is left out
-};
-
-class WorkspaceMetadataStatisticsTest : public WorkspaceMetadataTest,
-                                        public ::testing::WithParamInterface<StatisticsCase> {};
-
-TEST_P(WorkspaceMetadataStatisticsTest, DescribesTheChoices)
-{
-    const StatisticsCase& c = GetParam();
-    PhotoCore::MetadataSettings settings;
-    if (*c.authorAtOpen)
-        settings.GetMetadata().SetTag(IImageMetadata::EXIF, IImageMetadata::BLOCK_IMAGE, IImageMetadata::TAG_ARTIST,
-                                      c.authorAtOpen);
-    WorkspaceMetadata metadata(settings);
-    metadata.SetAuthor(QString::fromUtf8(c.authorNow));
-    metadata.SetRemoveMetadata(c.removeMetadata);
-    metadata.SetRemoveGPS(c.removeGps);
-    metadata.SetStatisticsParameters({{"origin", "save window"}, {"shared", "mine"}});
-
-    Stats::Parameters parameters {{"shared", "caller's"}};
-    metadata.UpdateStatisticsParameters(parameters);
-    EXPECT_EQ(parameters["origin"], "save window");
-    EXPECT_EQ(parameters["shared"], "caller's") << "a key already there keeps its value";
-    EXPECT_EQ(parameters[Stats::KEY_SAVING_IMAGE_AUTHOR_CHANGED], c.authorValue) << c.what;
-    EXPECT_EQ(parameters[Stats::KEY_SAVING_IMAGE_DESCRIPTION_CHANGED], Stats::VAL_NO);
-    EXPECT_EQ(parameters[Stats::KEY_SAVING_IMAGE_DEL_METADATA_CHHANGED], c.removeMetadata ? Stats::VAL_YES : Stats::VAL_NO);
-    if (c.gpsValue)
-        EXPECT_EQ(parameters[Stats::KEY_SAVING_IMAGE_DEL_GPS_DATA_CHANGED], c.gpsValue) << c.what;
-    else
-        EXPECT_EQ(parameters.count(Stats::KEY_SAVING_IMAGE_DEL_GPS_DATA_CHANGED), 0u) << c.what;
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Choices, WorkspaceMetadataStatisticsTest,
-    ::testing::Values(
-        StatisticsCase {"unchanged", "Ann", "Ann", false, false, Stats::VAL_NO, Stats::VAL_NO},
-        StatisticsCase {"added", "", "Ann", false, true, Stats::VAL_SAVING_IMAGE_METADATA_CHANGED_ADD, Stats::VAL_YES},
-        StatisticsCase {"edited", "Ann", "Bo", false, false, Stats::VAL_SAVING_IMAGE_METADATA_CHANGED_EDIT, Stats::VAL_NO},
-        StatisticsCase {"deleted; stripping all hides the GPS key", "Ann", "", true, true,
-                        Stats::VAL_SAVING_IMAGE_METADATA_CHANGED_DELETE, nullptr}),
-    TS::CaseNamer());
-
-TEST_F(WorkspaceMetadataTest, CopiesShareTheImageSettingsAndOwnTheirChoices)
-{
-    PhotoCore::MetadataSettings settings;
-    WorkspaceMetadata original(settings);
-    WorkspaceMetadata copy(original);
-    copy.SetAuthor(QStringLiteral("Ann"));
-    EXPECT_EQ(original.GetAuthor(), QStringLiteral("Ann"));
-    copy.SetRemoveGPS(true);
-    EXPECT_FALSE(original.GetRemoveGPS());
-
-    PhotoUtil::FormatSettingsList replace {PhotoUtil::CreateFormatSettings("jpeg")};
-    replace[0]->SetValue(PhotoUtil::IFormatSettings::QUALITY, 42);
-    copy.SetFormatReplaceSettings(replace);
-    copy.SetFormatReplaceSettings(copy.GetFormatReplaceSettings());
-    ASSERT_EQ(copy.GetFormatReplaceSettings().size(), 1u);
-    PhotoCore::SettingsSave save;
-    save.SetFileExt("jpg");
-    copy.FillSaveSettings(save);
-    bool found = false;
-    for (const auto& format : save.GetFormatSettings())
-        if (format->GetCodecId() == "jpeg") {
-            found = true;
-            EXPECT_EQ(format->GetValue(PhotoUtil::IFormatSettings::QUALITY, 0), 42);
-        }
-    EXPECT_TRUE(found);
 }
 
 } // namespace
