@@ -1,6 +1,7 @@
 // The canvas item: which zooms take the resized path, how often it resizes, what reaches the
 // screen, how it follows the scene rectangle, and how it follows a real core's drawer.
 
+#include <cstring>
 #include <vector>
 
 #include <QGraphicsScene>
@@ -147,11 +148,6 @@ TEST(CanvasItemPaint, ScaledCopyIsDrawnPixelForPixel)
     ASSERT_EQ(scaled.size(), QSize(500, 350));
     const QPoint at = stage.view.mapFromScene(QPointF(0, 0));
     EXPECT_EQ(Support::MaxChannelDifference(screen.copy(QRect(at, scaled.size())), scaled), 0);
-    // Zoomed out, the resizer's copy is sharper than Qt's bilinear drawing of the full pixmap
-    // would be, but shows the same picture.
-    const QImage qtScaled = counted.canvas->pixmap().toImage().scaled(scaled.size(), Qt::IgnoreAspectRatio,
-                                                                       Qt::SmoothTransformation);
-    EXPECT_GT(Support::Psnr(scaled, qtScaled), 25.0);
 }
 
 // A failed resize leaves nothing drawn for that frame, and the next paint tries again.
@@ -182,22 +178,15 @@ TEST(CanvasItemFrame, NewFormatResetsTheResizer)
 {
     Stage stage(200, 200);
     CountedCanvas counted(stage, Support::MakeSolidFrame(20, 20, Qt::red));
-    auto deepFrame = [] {
-        Proc::DataVideoPtr frame = Proc::CreateDataVideo(Conf::FrameInfo {20, 20, 1.0}, Proc::PIX_FMT_RGBA64);
-        for (int row = 0; row < 20; ++row)
-            std::fill_n(reinterpret_cast<std::uint16_t*>(frame->GetMutableData() + row * frame->GetStride()), 80,
-                        std::uint16_t(0xffff));
-        frame->SetOpaque(true);
-        return frame;
-    };
-    counted.Show(Support::MakeSolidFrame(20, 20, Qt::green));
-    EXPECT_EQ(counted.counter->resets, 0);
-    counted.Show(deepFrame());
-    EXPECT_EQ(counted.counter->resets, 1);
-    counted.Show(deepFrame());
-    EXPECT_EQ(counted.counter->resets, 1);
-    counted.Show(Support::MakeSolidFrame(20, 20, Qt::blue));
-    EXPECT_EQ(counted.counter->resets, 2);
+    Proc::DataVideoPtr deep = Proc::CreateDataVideo(Conf::FrameInfo {20, 20, 1.0}, Proc::PIX_FMT_RGBA64);
+    std::memset(deep->GetMutableData(), 0xff, std::size_t(deep->GetStride()) * 20);
+    const Proc::DataVideoPtr sequence[] = {Support::MakeSolidFrame(20, 20, Qt::green), deep,
+                                           Proc::CloneDataVideo(*deep), Support::MakeSolidFrame(20, 20, Qt::blue)};
+    const int expectedResets[] = {0, 1, 1, 2};
+    for (int i = 0; i < 4; ++i) {
+        counted.Show(sequence[i]);
+        EXPECT_EQ(counted.counter->resets, expectedResets[i]) << i;
+    }
 }
 
 TEST(CanvasItemFrame, NullFrameLeavesThePicture)
@@ -218,10 +207,18 @@ TEST(CanvasItemFrame, NullFrameLeavesThePicture)
 // The scene rectangle follows the frame only for a visible item in a scene that has a view.
 TEST(CanvasItemSceneRect, FollowsTheFrameOnlyWhenVisibleAndViewed)
 {
+    Util::ImageUtils utils;
+    QGraphicsScene unseen(0, 0, 10, 10);
+    auto* alone = new CanvasItem(utils, Support::MakeSolidFrame(10, 10, Qt::red), nullptr);
+    unseen.addItem(alone);
+    const Proc::DataVideoPtr big = Support::MakeSolidFrame(300, 200, Qt::red);
+    alone->HandleFrameTemporary(Event::DrawerEventFrameTemporary("", "", 0, big));
+    QTRY_VERIFY(alone->GetFrame() == big);
+    EXPECT_EQ(unseen.sceneRect(), QRectF(0, 0, 10, 10)) << "scene without a view";
+
     Stage stage(400, 300);
     stage.scene.setSceneRect(0, 0, 10, 10);
     CountedCanvas counted(stage, Support::MakeSolidFrame(10, 10, Qt::red));
-
     counted.canvas->hide();
     counted.Show(Support::MakeSolidFrame(500, 400, Qt::red));
     EXPECT_EQ(stage.scene.sceneRect(), QRectF(0, 0, 10, 10)) << "hidden item";
@@ -235,19 +232,6 @@ TEST(CanvasItemSceneRect, FollowsTheFrameOnlyWhenVisibleAndViewed)
     counted.canvas->SetAdaptSceneToFrameChange(false);
     counted.Show(Support::MakeSolidFrame(60, 60, Qt::blue));
     EXPECT_EQ(stage.scene.sceneRect(), QRectF(0, 0, 500, 400)) << "adaptation switched off";
-}
-
-TEST(CanvasItemSceneRect, SceneWithoutViewKeepsItsRectangle)
-{
-    Util::ImageUtils utils;
-    QGraphicsScene scene(0, 0, 10, 10);
-    auto* canvas = new CanvasItem(utils, Support::MakeSolidFrame(10, 10, Qt::red), nullptr);
-    scene.addItem(canvas);
-    const Proc::DataVideoPtr frame = Support::MakeSolidFrame(300, 200, Qt::red);
-    canvas->HandleFrameTemporary(Event::DrawerEventFrameTemporary("", "", 0, frame));
-    QTRY_VERIFY(canvas->GetFrame() == frame);
-    EXPECT_EQ(scene.sceneRect(), QRectF(0, 0, 10, 10));
-    EXPECT_EQ(canvas->pixmap().size(), QSize(300, 200));
 }
 
 // With a real core: final frames, the RESET_FRAME and SHOW_IMAGE_WITH_MASK messages, and the

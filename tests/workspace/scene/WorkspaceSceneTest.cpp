@@ -21,6 +21,7 @@
 #include "LumindraWorkspace/scene/WorkspaceScene.h"
 #include "LumindraWorkspace/view/IScalableView.h"
 #include "TestController.h"
+#include "photocore/SettingsSave.h"
 #include "sceneitem/BorderDashItem.h"
 #include "sceneitem/ShapeItem.h"
 #include "sceneitem/TextItem.h"
@@ -209,6 +210,27 @@ TEST_F(WorkspaceSceneTest, GetVideoRendersTheItemsCropped)
 
     // Back on screen the bands and the outline are there again.
     EXPECT_EQ(At(Grab(), {-25, 5}), QColor(Qt::blue));
+    EXPECT_TRUE(scene->GetCanvas()->isVisible());
+}
+
+// Saving asks the scene for the items alone (the core keeps the picture's place transparent):
+// the saved file shows the shape over the picture.
+TEST_F(WorkspaceSceneTest, SavedPictureCarriesTheItems)
+{
+    AddShape(QRectF(20, 20, 40, 30), Qt::red, Qt::blue, 10)->setSelected(true);
+    Support::Sandbox sandbox;
+    const QString path = sandbox.FilePath(QStringLiteral("flat.png"));
+    PhotoCore::SettingsSave settings = controller.GetIOEngine().GetSaveSettings();
+    settings.SetFileName(path.toStdString());
+    settings.SetFileExt("png");
+    settings.SetCodecID({});
+    ASSERT_EQ(controller.GetIOEngine().Save(settings), PhotoCore::IPhotoCoreIO::SaveResultSuccess);
+
+    const QImage saved(path);
+    ASSERT_EQ(saved.size(), QSize(200, 100));
+    EXPECT_EQ(saved.pixelColor(40, 35), QColor(Qt::red));
+    EXPECT_EQ(saved.pixelColor(20, 20), QColor(Qt::red)) << "no selection frame";
+    EXPECT_EQ(saved.pixelColor(100, 50), kPicture);
     EXPECT_TRUE(scene->GetCanvas()->isVisible());
 }
 
