@@ -1,0 +1,504 @@
+#include "MainWindow.h"
+
+#include <QAction>
+#include <QApplication>
+#include <QClipboard>
+#include <QCloseEvent>
+#include <QDockWidget>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QGraphicsScene>
+#include <QLabel>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QMimeData>
+#include <QProgressBar>
+#include <QStatusBar>
+#include <QTimer>
+#include <QToolBar>
+#include <QUrl>
+
+#include <glog/logging.h>
+
+#include "AdjustPanel.h"
+#include "CoreEventRelay.h"
+#include "CropTool.h"
+#include "LumindraWorkspace/IObjectsConnectorID.h"
+#include "LumindraWorkspace/OpenExceptionLumindra.h"
+#include "LumindraWorkspace/WorkspaceControllerHelper.h"
+#include "LumindraWorkspace/scene/CanvasItem.h"
+#include "LumindraWorkspace/scene/WorkspaceScene.h"
+#include "LumindraWorkspace/view/WorkspaceView.h"
+#include "photocore/IPhotoCore.h"
+#include "photocore/StatisticsEventHandler.h"
+#include "photoutil/FormatHelper.h"
+#include "sharedui/ScalableViewEmitter.h"
+#include "util/ObjectsConnector.h"
+#include "util/Settings.h"
+
+namespace Quelto::Lumindra::App {
+
+using HostId = LumindraInt::IObjectsConnectorID;
+using ModuleId = Workspace::IObjectsConnectorID;
+
+namespace {
+
+PhotoCore::IPhotoCore* CoreOf(const std::shared_ptr<IWorkspaceController>& controller)
+{
+    if (!controller)
+        return nullptr;
+    return dynamic_cast<PhotoCore::IPhotoCore*>(controller->GetLumindraDrawer().get());
+}
+
+QString LocalImageFile(const QMimeData* data)
+{
+    if (!data || !data->hasUrls())
+        return QString();
+    for (const QUrl& url : data->urls()) {
+        if (url.isLocalFile() && FolderNavigator::IsImageFile(url.toLocalFile()))
+            return url.toLocalFile();
+    }
+    return QString();
+}
+
+} // namespace
+
+MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
+{
+    setWindowTitle(Util::CustomizationManager::Instance().GetProductName());
+    setAcceptDrops(true);
+
+    WorkspaceControllerHelper::Initializer init;
+    init.statistics = std::make_shared<StatisticsEventHandler>();
+    init.parent = this;
+    helper_ = new WorkspaceControllerHelper(init);
+
+    view_ = new WorkspaceView(this);
+    setCentralWidget(view_);
+    // The upper limit first: both start at 100 %, and the lower one may not pass the upper.
+    view_->SetRestrictionForScale(IScalableView::ScaleUp, kMaxZoomPercent);
+    view_->SetRestrictionForScale(IScalableView::ScaleDown, kMinZoomPercent);
+    view_->SetScaleStep(kZoomStepPercent);
+    connect(view_->GetEmitter(), &ScalableViewEmitter::activateDragMode, this,
+            [this](bool active) { view_->SetDragMode(active); });
+
+    relay_ = new CoreEventRelay(this);
+    connect(relay_, &CoreEventRelay::loaded, this, &MainWindow::OnLoaded);
+    connect(relay_, &CoreEventRelay::stateChanged, this, [this] { UpdateActions(); UpdateStatus(); });
+    connect(relay_, &CoreEventRelay::errorRaised, this, [this](const QString& text) {
+        statusBar()->showMessage(text, 10000);
+        if (!unattended_)
+            QMessageBox::warning(this, windowTitle(), text);
+    });
+
+    adjust_ = new AdjustPanel([this](const Proc::SettingsAdjust& s) { PreviewEdit(s); },
+                              [this](const Proc::SettingsAdjust& s) { ApplyEdit(s); }, this);
+    auto* dock = new QDockWidget(tr("Adjust"), this);
+    dock->setObjectName(QStringLiteral("adjustDock"));
+    dock->setWidget(adjust_);
+    dock->setFeatures(QDockWidget::DockWidgetMovable | QDockWidget::DockWidgetFloatable);
+    addDockWidget(Qt::RightDockWidgetArea, dock);
+
+    fileLabel_ = new QLabel(this);
+    sizeLabel_ = new QLabel(this);
+    zoomLabel_ = new QLabel(this);
+    progress_ = new QProgressBar(this);
+    progress_->setRange(0, 0); // busy: the full decode reports no fraction
+    progress_->setMaximumWidth(120);
+    progress_->setVisible(false);
+    statusBar()->addWidget(fileLabel_, 1);
+    statusBar()->addPermanentWidget(progress_);
+    statusBar()->addPermanentWidget(sizeLabel_);
+    statusBar()->addPermanentWidget(zoomLabel_);
+
+    CreateActions();
+    RegisterWithConnector();
+    helper_->Initialize(this);
+    UpdateActions();
+    UpdateStatus();
+}
+
+MainWindow::~MainWindow()
+{
+    EndCrop();
+    if (auto controller = controller_.lock())
+        controller->UnregisterCoreEventHandler(relay_);
+    // The view lets go of the scene before the helper releases the controller that owns it.
+    view_->SetWorkspaceController(std::weak_ptr<IWorkspaceController>());
+    delete helper_;
+    helper_ = nullptr;
+}
+
+void MainWindow::CreateActions()
+{
+    QMenu* file = menuBar()->addMenu(tr("&File"));
+    QMenu* edit = menuBar()->addMenu(tr("&Edit"));
+    QMenu* image = menuBar()->addMenu(tr("&Image"));
+    QMenu* viewMenu = menuBar()->addMenu(tr("&View"));
+    QToolBar* tools = addToolBar(tr("Tools"));
+    tools->setObjectName(QStringLiteral("toolsBar"));
+
+    auto add = [this](QMenu* menu, const QString& text, const QKeySequence& key, auto fn, bool needsImage) {
+        QAction* action = menu->addAction(text);
+        action->setShortcut(key);
+        connect(action, &QAction::triggered, this, fn);
+        if (needsImage)
+            imageActions_.push_back(action);
+        return action;
+    };
+
+    add(file, tr("&Open..."), QKeySequence::Open, [this] { OpenDialog(); }, false);
+    saveAs_ = add(file, tr("Save &As..."), QKeySequence::SaveAs, [this] { SaveAsDialog(); }, true);
+    file->addSeparator();
+    add(file, tr("&Next Picture"), QKeySequence(Qt::ALT | Qt::Key_Right), [this] { OnNextFile(); }, true);
+    add(file, tr("&Previous Picture"), QKeySequence(Qt::ALT | Qt::Key_Left), [this] { OnPreviousFile(); }, true);
+    file->addSeparator();
+    add(file, tr("&Close Picture"), QKeySequence::Close, [this] { helper_->CloseWorkspaceController(); }, true);
+    add(file, tr("&Quit"), QKeySequence::Quit, [this] { close(); }, false);
+
+    undo_ = add(edit, tr("&Undo"), QKeySequence::Undo, [this] {
+        if (auto c = controller_.lock())
+            c->GetUndoEngine()->Undo();
+    }, true);
+    redo_ = add(edit, tr("&Redo"), QKeySequence::Redo, [this] {
+        if (auto c = controller_.lock())
+            c->GetUndoEngine()->Redo();
+    }, true);
+    edit->addSeparator();
+    add(edit, tr("&Paste Picture"), QKeySequence::Paste, [this] { Paste(); }, false);
+
+    QAction* left = add(image, tr("Rotate &Left"), QKeySequence(Qt::CTRL | Qt::Key_L),
+                        [this] { ApplyEdit(Proc::SettingsRotate(3)); }, true);
+    QAction* right = add(image, tr("Rotate &Right"), QKeySequence(Qt::CTRL | Qt::Key_R),
+                         [this] { ApplyEdit(Proc::SettingsRotate(1)); }, true);
+    QAction* flipH = add(image, tr("Flip &Horizontally"), QKeySequence(Qt::CTRL | Qt::Key_H),
+                         [this] { ApplyEdit(Proc::SettingsFlip(true)); }, true);
+    add(image, tr("Flip &Vertically"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_H),
+        [this] { ApplyEdit(Proc::SettingsFlip(false)); }, true);
+    QAction* crop = add(image, tr("&Crop..."), QKeySequence(Qt::Key_C), [this] { StartCrop(); }, true);
+
+    QAction* fit = add(viewMenu, tr("&Fit to Window"), QKeySequence(Qt::CTRL | Qt::Key_0),
+                       [this] { view_->ScaleToFit(true); }, true);
+    QAction* actual = add(viewMenu, tr("&Actual Size (100 %)"), QKeySequence(Qt::CTRL | Qt::Key_1),
+                          [this] { view_->ScaleToPercent(100.0); }, true);
+    QAction* zoomIn = add(viewMenu, tr("Zoom &In"), QKeySequence::ZoomIn, [this] {
+        const double p = view_->GetCurrentScalePercent();
+        view_->ScaleToPercent(p + p / 100.0 * view_->GetScaleStep());
+    }, true);
+    QAction* zoomOut = add(viewMenu, tr("Zoom &Out"), QKeySequence::ZoomOut, [this] {
+        const double p = view_->GetCurrentScalePercent();
+        view_->ScaleToPercent(p - p / 100.0 * view_->GetScaleStep());
+    }, true);
+
+    for (QAction* a : {undo_, redo_, left, right, flipH, crop, fit, actual, zoomIn, zoomOut})
+        tools->addAction(a);
+}
+
+void MainWindow::RegisterWithConnector()
+{
+    using Util::ObjectsConnector;
+    ObjectsConnector::registerEmitter(ModuleId::FILE_PRELOAD_REQUEST, this,
+                                      "2filePreloadRequest(const std::vector<std::string>&)", 0);
+    ObjectsConnector::registerEmitter(ModuleId::OPEN_FILE_IMAGE_DROP, this, "2imageDropped(const QPixmap&)", 0);
+    ObjectsConnector::registerEmitter(ModuleId::OPEN_FILE_IMAGE_PASTE, this, "2imagePasted(const QPixmap&)", 0);
+    ObjectsConnector::registerReceiver(HostId::THROW, this,
+                                       "1OnThrowEvent(const PhotoCore::ICoreEventHandler::ThrowEvent&)", 0);
+    ObjectsConnector::registerReceiver(HostId::WORKSPACECONTROLLER_EMPTY, this, "1OnWorkspaceEmpty()", 0);
+    ObjectsConnector::registerReceiver(HostId::SCALE_CANCHED, this, "1OnScaleChanged(double)", 0);
+    ObjectsConnector::registerReceiver(ModuleId::NEXT_FILE_ARROW, this, "1OnNextFile()", 0);
+    ObjectsConnector::registerReceiver(ModuleId::NEXT_FILE_PAGE, this, "1OnNextFile()", 0);
+    ObjectsConnector::registerReceiver(ModuleId::PREVIOUS_FILE_ARROW, this, "1OnPreviousFile()", 0);
+    ObjectsConnector::registerReceiver(ModuleId::PREVIOUS_FILE_PAGE, this, "1OnPreviousFile()", 0);
+}
+
+void MainWindow::OpenFile(const QString& path)
+{
+    lastDirection_ = 0;
+    helper_->AddFileToOpen(QFileInfo(path).absoluteFilePath());
+}
+
+void MainWindow::Step(int direction)
+{
+    const QString next = folder_.GetNeighbour(direction);
+    if (next.isEmpty()) {
+        statusBar()->showMessage(direction > 0 ? tr("This is the last picture of the folder")
+                                               : tr("This is the first picture of the folder"),
+                                 3000);
+        return;
+    }
+    lastDirection_ = direction;
+    helper_->AddFileToOpen(next);
+}
+
+void MainWindow::OnNextFile() { Step(+1); }
+void MainWindow::OnPreviousFile() { Step(-1); }
+
+bool MainWindow::CanResetWorkspaceController()
+{
+    const auto controller = controller_.lock();
+    if (!controller || unattended_ || !controller->HasChanged())
+        return true;
+    const QString name = QFileInfo(controller->GetFileName()).fileName();
+    const auto answer = QMessageBox::question(
+        this, windowTitle(), tr("“%1” has edits that are not saved. Discard them?").arg(name),
+        QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Cancel);
+    return answer == QMessageBox::Discard;
+}
+
+void MainWindow::SetWorkspaceController(const std::weak_ptr<IWorkspaceController>& controller)
+{
+    EndCrop();
+    if (auto old = controller_.lock())
+        old->UnregisterCoreEventHandler(relay_);
+    controller_ = controller;
+    view_->SetWorkspaceController(controller);
+
+    const auto current = controller.lock();
+    if (current) {
+        current->RegisterCoreEventHandler(relay_);
+        current->SetDragAndDrop(this);
+        if (QGraphicsScene* scene = current->GetScene())
+            connect(scene, &QGraphicsScene::sceneRectChanged, this, &MainWindow::OnSceneRectChanged,
+                    Qt::UniqueConnection);
+        folder_.SetCurrentFile(current->GetOriginalFileName());
+        const std::vector<std::string> preload = folder_.GetPreloadRequest(lastDirection_);
+        if (!preload.empty())
+            Q_EMIT filePreloadRequest(preload);
+        view_->ScaleToFit(true);
+        const PhotoCore::IPhotoCore* core = CoreOf(current);
+        loadingFull_ = core && !core->GetProcessing().IsFullFrameReady();
+        if (!loadingFull_)
+            QTimer::singleShot(0, this, [this] { OnLoaded(PhotoCore::ICoreEventHandler::CoreEventLoaded::LOAD_FULL); });
+    } else {
+        folder_.Clear();
+        loadingFull_ = false;
+    }
+    lastDirection_ = 0;
+    adjust_->ResetSliders();
+    progress_->setVisible(loadingFull_);
+    UpdateActions();
+    UpdateStatus();
+}
+
+bool MainWindow::IsFullFrameShown() const
+{
+    const auto controller = controller_.lock();
+    const PhotoCore::IPhotoCore* core = CoreOf(controller);
+    if (!core || !core->GetProcessing().IsFullFrameReady() || !controller->GetScene())
+        return false;
+    const auto* canvas = dynamic_cast<const CanvasItem*>(WorkspaceScene::GetMainCanvas(controller->GetScene()));
+    const Proc::DataVideoPtr frame = controller->GetLumindraDrawer()->GetVideoWithMask();
+    if (!canvas || !frame)
+        return false;
+    const Conf::FrameInfo& info = frame->GetFrameInfo();
+    return canvas->pixmap().size() == QSize(info.width, info.height);
+}
+
+void MainWindow::OnLoaded(int stage)
+{
+    using Loaded = PhotoCore::ICoreEventHandler::CoreEventLoaded;
+    if (stage == Loaded::LOAD_PREVIEW)
+        return;
+    loadingFull_ = false;
+    progress_->setVisible(false);
+    if (stage == Loaded::LOAD_FAILED)
+        statusBar()->showMessage(tr("The full picture could not be read; showing the preview"), 10000);
+    UpdateStatus();
+    // The canvas takes the full frame from its own queue, posted before this event: check after it.
+    QTimer::singleShot(0, this, [this] {
+        if (IsFullFrameShown())
+            Q_EMIT fullFrameShown();
+    });
+}
+
+void MainWindow::OnSceneRectChanged()
+{
+    // The preview and the full frame differ in size; a picture shown to fit keeps fitting.
+    if (view_->IsFitToView())
+        view_->ScaleToFit(true);
+    UpdateStatus();
+}
+
+void MainWindow::OnThrowEvent(const PhotoCore::ICoreEventHandler::ThrowEvent& event)
+{
+    const QString file = QFileInfo(QString::fromStdString(event.fileName)).fileName();
+    const QString message = file.isEmpty()
+        ? tr("The picture could not be opened.\n\n%1").arg(QString::fromStdString(event.text))
+        : tr("“%1” could not be opened.\n\n%2").arg(file, QString::fromStdString(event.text));
+    if (const auto* open = dynamic_cast<const OpenExceptionLumindra*>(event.exception.get())) {
+        if (auto statistics = helper_->GetStatisticsHandler())
+            statistics->HandleStatisticsEvent(open->GetStatisticsEvent().name, open->GetStatisticsEvent().parameters);
+    }
+    statusBar()->showMessage(message.section('\n', 0, 0), 10000);
+    Q_EMIT openFailed(message);
+    if (!unattended_)
+        QMessageBox::warning(this, windowTitle(), message);
+}
+
+void MainWindow::OnWorkspaceEmpty()
+{
+    UpdateActions();
+    UpdateStatus();
+}
+
+void MainWindow::OnScaleChanged(double percent)
+{
+    zoomLabel_->setText(tr("%1 %").arg(qRound(percent)));
+}
+
+bool MainWindow::CanAccept(const QMimeData* data) const
+{
+    return data && (!LocalImageFile(data).isEmpty() || data->hasImage());
+}
+
+bool MainWindow::Drop(const QMimeData* data)
+{
+    const QString file = LocalImageFile(data);
+    if (!file.isEmpty()) {
+        // Leave the drop handler first: opening runs a long operation.
+        QTimer::singleShot(0, this, [this, file] { OpenFile(file); });
+        return true;
+    }
+    if (data && data->hasImage()) {
+        const QPixmap pixmap = QPixmap::fromImage(qvariant_cast<QImage>(data->imageData()));
+        QTimer::singleShot(0, this, [this, pixmap] { Q_EMIT imageDropped(pixmap); });
+        return true;
+    }
+    return false;
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (CanAccept(event->mimeData()))
+        event->acceptProposedAction();
+}
+
+void MainWindow::dropEvent(QDropEvent* event)
+{
+    if (Drop(event->mimeData()))
+        event->acceptProposedAction();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event)
+{
+    if (CanResetWorkspaceController())
+        event->accept();
+    else
+        event->ignore();
+}
+
+void MainWindow::OpenDialog()
+{
+    const QString folder = Util::SettingsManager::Instance()
+                               .Value(Util::Settings::Name(Util::Settings::OPEN, Util::Settings::FOLDER))
+                               .toString();
+    const QString path = QFileDialog::getOpenFileName(this, tr("Open Picture"), folder,
+                                                      PhotoUtil::FormatHelper::GetOpenFileFilter());
+    if (!path.isEmpty())
+        OpenFile(path);
+}
+
+void MainWindow::SaveAsDialog()
+{
+    const auto controller = controller_.lock();
+    if (!controller)
+        return;
+    const QString path = QFileDialog::getSaveFileName(this, tr("Save Picture As"), controller->GetFileName(),
+                                                      PhotoUtil::FormatHelper::GetOpenFileFilter());
+    if (path.isEmpty())
+        return;
+    IWorkspaceController::SaveSettings settings;
+    settings.fileName = path;
+    settings.statistics.fromSaveWindow = 1;
+    const auto result = controller->Save(settings);
+    if (result == PhotoCore::IPhotoCoreIO::SaveResultSuccess)
+        statusBar()->showMessage(tr("Saved “%1”").arg(QFileInfo(path).fileName()), 5000);
+    else if (result != PhotoCore::IPhotoCoreIO::SaveResultCancelled)
+        QMessageBox::warning(this, windowTitle(), tr("“%1” could not be saved.").arg(QFileInfo(path).fileName()));
+    UpdateStatus();
+}
+
+void MainWindow::Paste()
+{
+    const QMimeData* data = QApplication::clipboard()->mimeData();
+    const QString file = LocalImageFile(data);
+    if (!file.isEmpty()) {
+        OpenFile(file);
+    } else if (data && data->hasImage()) {
+        Q_EMIT imagePasted(QPixmap::fromImage(qvariant_cast<QImage>(data->imageData())));
+    } else {
+        statusBar()->showMessage(tr("The clipboard holds no picture"), 3000);
+    }
+}
+
+void MainWindow::ApplyEdit(const Proc::SettingsBase& settings)
+{
+    if (auto controller = controller_.lock())
+        controller->GetLumindraDrawer()->ApplyEffect(Proc::EffectSettingsImpl::Create(settings));
+}
+
+void MainWindow::PreviewEdit(const Proc::SettingsBase& settings)
+{
+    if (auto controller = controller_.lock())
+        controller->GetLumindraDrawer()->PreviewEffect(Proc::EffectSettingsImpl::Create(settings));
+}
+
+void MainWindow::StartCrop()
+{
+    const auto controller = controller_.lock();
+    if (!controller || !controller->GetScene() || crop_)
+        return;
+    const QRectF picture = controller->GetScene()->sceneRect();
+    crop_ = std::make_unique<CropTool>(
+        *view_, picture, [this](const QRect& r) { ApplyEdit(Proc::SettingsCrop(r.x(), r.y(), r.width(), r.height())); },
+        // The tool calls this from its own handler: end it once that handler has returned.
+        [this] { QTimer::singleShot(0, this, [this] { EndCrop(); }); });
+    view_->SetDrawingTool(crop_.get());
+    statusBar()->showMessage(tr("Drag over the picture, then press Enter to crop or Escape to cancel"));
+}
+
+void MainWindow::EndCrop()
+{
+    if (!crop_)
+        return;
+    view_->SetDrawingTool(nullptr);
+    crop_.reset();
+    statusBar()->clearMessage();
+}
+
+void MainWindow::UpdateActions()
+{
+    const auto controller = controller_.lock();
+    for (QAction* action : imageActions_)
+        action->setEnabled(bool(controller));
+    adjust_->setEnabled(bool(controller));
+    if (controller) {
+        const auto undo = controller->GetUndoEngine();
+        undo_->setEnabled(undo && undo->CanUndo());
+        redo_->setEnabled(undo && undo->CanRedo());
+    }
+}
+
+void MainWindow::UpdateStatus()
+{
+    const auto controller = controller_.lock();
+    if (!controller) {
+        fileLabel_->setText(tr("Open a picture, drop one here, or paste one"));
+        sizeLabel_->clear();
+        zoomLabel_->clear();
+        setWindowTitle(Util::CustomizationManager::Instance().GetProductName());
+        return;
+    }
+    QString name = QFileInfo(controller->GetFileName()).fileName();
+    if (controller->HasChanged())
+        name += tr(" (edited)");
+    fileLabel_->setText(name);
+    const Conf::FrameInfo& info = controller->GetFrameInfo().GetFrameInfo();
+    sizeLabel_->setText(tr("%1 × %2 px").arg(info.width).arg(info.height));
+    OnScaleChanged(view_->GetCurrentScalePercent());
+    setWindowTitle(tr("%1 – %2").arg(name, Util::CustomizationManager::Instance().GetProductName()));
+}
+
+} // namespace Quelto::Lumindra::App

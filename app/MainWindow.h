@@ -1,0 +1,127 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <QMainWindow>
+#include <QPixmap>
+
+#include "FolderNavigator.h"
+#include "LumindraWorkspace/IDragAndDrop.h"
+#include "LumindraWorkspace/IWorkspaceController.h"
+#include "LumindraWorkspace/IWorkspaceWindow.h"
+#include "photocore/ICoreEventHandler.h"
+#include "proc/EffectSettings.h"
+
+class QAction;
+class QLabel;
+class QProgressBar;
+
+namespace Quelto::Lumindra {
+class WorkspaceControllerHelper;
+class WorkspaceView;
+} // namespace Quelto::Lumindra
+
+namespace Quelto::Lumindra::App {
+
+class AdjustPanel;
+class CoreEventRelay;
+class CropTool;
+
+// The editor window: hosts the workspace view, owns the workspace controller helper, and offers
+// opening (argument, dialog, drop, paste), stepping through the folder with preloading, zoom, hand
+// mode, edits with undo and redo, saving, and the open error, busy and progress feedback.
+// UI thread.
+class MainWindow : public QMainWindow,
+                   public IWorkspaceWindow,
+                   public IWorkspaceControllerUser,
+                   public IDragAndDrop {
+    Q_OBJECT
+public:
+    // Zoom limits and the step of one wheel notch, pinch update or zoom key, in percent.
+    static constexpr double kMinZoomPercent = 10.0;
+    static constexpr double kMaxZoomPercent = 1600.0;
+    static constexpr double kZoomStepPercent = 15.0;
+
+    explicit MainWindow(QWidget* parent = nullptr);
+    ~MainWindow() override;
+
+    // Opens a file through the helper (serialised with other open requests).
+    void OpenFile(const QString& path);
+
+    WorkspaceView* GetView() const { return view_; }
+    WorkspaceControllerHelper* GetHelper() const { return helper_; }
+    std::shared_ptr<IWorkspaceController> GetController() const { return controller_.lock(); }
+    // True once the open image's full-resolution frame is on the canvas.
+    bool IsFullFrameShown() const;
+    // When set, no question is asked (screenshots, tests): unsaved edits are kept in the cache.
+    void SetUnattended(bool unattended) { unattended_ = unattended; }
+
+    // IWorkspaceWindow
+    bool CanResetWorkspaceController() override;
+    IWorkspaceControllerUser& GetWorkspaceControllerUser() override { return *this; }
+    // IWorkspaceControllerUser
+    void SetWorkspaceController(const std::weak_ptr<IWorkspaceController>& controller) override;
+    // IDragAndDrop
+    bool CanAccept(const QMimeData* data) const override;
+    bool Drop(const QMimeData* data) override;
+
+Q_SIGNALS:
+    void filePreloadRequest(const std::vector<std::string>& names);
+    void imageDropped(const QPixmap& image);
+    void imagePasted(const QPixmap& image);
+    void openFailed(const QString& message);
+    void fullFrameShown();
+
+public Q_SLOTS:
+    void OnThrowEvent(const PhotoCore::ICoreEventHandler::ThrowEvent& event);
+    void OnWorkspaceEmpty();
+    void OnScaleChanged(double percent);
+    void OnNextFile();
+    void OnPreviousFile();
+
+protected:
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dropEvent(QDropEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+
+private:
+    void CreateActions();
+    void RegisterWithConnector();
+    void Step(int direction);
+    void OpenDialog();
+    void SaveAsDialog();
+    void Paste();
+    void ApplyEdit(const Proc::SettingsBase& settings);
+    void PreviewEdit(const Proc::SettingsBase& settings);
+    void StartCrop();
+    void EndCrop();
+    void UpdateActions();
+    void UpdateStatus();
+    void OnLoaded(int stage);
+    void OnSceneRectChanged();
+
+    WorkspaceControllerHelper* helper_ = nullptr;
+    WorkspaceView* view_ = nullptr;
+    AdjustPanel* adjust_ = nullptr;
+    CoreEventRelay* relay_ = nullptr;
+    std::unique_ptr<CropTool> crop_;
+    std::weak_ptr<IWorkspaceController> controller_;
+    FolderNavigator folder_;
+    int lastDirection_ = 0;
+    bool loadingFull_ = false;
+    bool unattended_ = false;
+
+    QLabel* fileLabel_ = nullptr;
+    QLabel* sizeLabel_ = nullptr;
+    QLabel* zoomLabel_ = nullptr;
+    QProgressBar* progress_ = nullptr;
+
+    QAction* saveAs_ = nullptr;
+    QAction* undo_ = nullptr;
+    QAction* redo_ = nullptr;
+    QList<QAction*> imageActions_; // enabled only while an image is open
+};
+
+} // namespace Quelto::Lumindra::App

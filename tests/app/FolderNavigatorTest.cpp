@@ -1,0 +1,94 @@
+#include <set>
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include "FolderNavigator.h"
+#include "support/TestSupport.h"
+
+namespace Quelto::Lumindra::App {
+namespace {
+
+// Inside a test body "Test" names the test base class; the project helpers go by this name.
+namespace Support = ::Quelto::Lumindra::Test;
+
+// A folder of ten pictures (p1 .. p10, named so that only a natural sort orders them right)
+// and two files the editor does not read.
+class FolderNavigatorTest : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        for (int i = 1; i <= 10; ++i)
+            Touch(QStringLiteral("p%1.jpg").arg(i));
+        Touch(QStringLiteral("notes.txt"));
+        Touch(QStringLiteral("raw.xyz"));
+    }
+    void Touch(const QString& name) const
+    {
+        QFile f(sandbox.FilePath(name));
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    }
+    std::string Utf8(const QString& name) const { return sandbox.FilePathUtf8(name); }
+    QString Path(int i) const { return sandbox.FilePath(QStringLiteral("p%1.jpg").arg(i)); }
+
+    Support::Sandbox sandbox;
+    FolderNavigator nav;
+};
+
+TEST_F(FolderNavigatorTest, ListsOnlyPicturesInNaturalOrder)
+{
+    nav.SetCurrentFile(Path(2));
+    ASSERT_EQ(nav.GetFiles().size(), 10);
+    EXPECT_EQ(nav.GetFiles().front(), Path(1));
+    EXPECT_EQ(nav.GetFiles()[9], Path(10)) << "p10 comes after p9, not after p1";
+    EXPECT_EQ(nav.GetCurrentIndex(), 1);
+}
+
+TEST_F(FolderNavigatorTest, NeighboursStopAtTheEnds)
+{
+    nav.SetCurrentFile(Path(1));
+    EXPECT_TRUE(nav.GetNeighbour(-1).isEmpty());
+    EXPECT_EQ(nav.GetNeighbour(1), Path(2));
+    nav.SetCurrentFile(Path(10));
+    EXPECT_TRUE(nav.GetNeighbour(1).isEmpty());
+    EXPECT_EQ(nav.GetNeighbour(-9), Path(1));
+}
+
+TEST_F(FolderNavigatorTest, PreloadRequestPutsTheNextFilesOfTheTravelDirectionFromTheThirdPlace)
+{
+    // Stepping forward from p4 to p5: p5 and the p4 just left lead (the preloader skips them),
+    // then ahead and behind alternate, ahead first.
+    nav.SetCurrentFile(Path(5));
+    const auto forward = nav.GetPreloadRequest(+1);
+    const std::vector<std::string> expectedForward {Utf8("p5.jpg"), Utf8("p4.jpg"), Utf8("p6.jpg"), Utf8("p3.jpg"),
+                                                    Utf8("p7.jpg"), Utf8("p2.jpg"), Utf8("p8.jpg"), Utf8("p1.jpg")};
+    EXPECT_EQ(forward, expectedForward);
+
+    const auto backward = nav.GetPreloadRequest(-1);
+    ASSERT_GE(backward.size(), 3u);
+    EXPECT_EQ(backward[1], Utf8("p6.jpg"));
+    EXPECT_EQ(backward[2], Utf8("p4.jpg")) << "going back, the file before is preloaded first";
+}
+
+TEST_F(FolderNavigatorTest, PreloadRequestNearAnEndHasNoGapsOrRepeats)
+{
+    nav.SetCurrentFile(Path(1));
+    const auto names = nav.GetPreloadRequest(0);
+    ASSERT_GE(names.size(), 3u);
+    EXPECT_EQ(names[0], Utf8("p1.jpg"));
+    std::set<std::string> unique(names.begin(), names.end());
+    EXPECT_EQ(unique.size(), names.size());
+    for (const auto& n : names)
+        EXPECT_FALSE(n.empty());
+}
+
+TEST_F(FolderNavigatorTest, AFileOfAnUnknownKindIsStillItsOwnPlace)
+{
+    nav.SetCurrentFile(sandbox.FilePath(QStringLiteral("raw.xyz")));
+    EXPECT_GE(nav.GetCurrentIndex(), 0);
+    EXPECT_EQ(nav.GetFiles().size(), 11);
+}
+
+} // namespace
+} // namespace Quelto::Lumindra::App
