@@ -99,9 +99,11 @@ std::vector<std::string> FolderNavigator::GetPreloadRequest(int direction) const
     };
     const int ahead = direction < 0 ? -1 : 1;
     add(current_);
-    // Second place: the file just left; it is cached already and the preloader skips it. After a
-    // fresh open nothing was left, so a file behind takes the place and is kept, not loaded.
-    add(GetNeighbour(direction == 0 ? -1 : -ahead));
+    // Second place: the file just left (cached already; the preloader skips the first two
+    // names). At the start of a folder there is none, and the current file stands there again,
+    // so that the file ahead still gets the third place and is preloaded.
+    const QString behind = GetNeighbour(-ahead);
+    names.push_back(behind.isEmpty() ? names.front() : behind.toUtf8().toStdString());
     for (int distance = 1; distance <= kPreloadReach; ++distance) {
         add(GetNeighbour(ahead * distance));
         add(GetNeighbour(-ahead * (distance + 1)));

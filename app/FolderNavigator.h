@@ -30,8 +30,8 @@ public:
 
     // The preload request after moving in `direction` (+1 forward, -1 back, 0 for a fresh open):
     // the current file, the file just left (both normally cached: the preloader skips the first
-    // two names), then alternately the files ahead and behind, ahead first, up to kPreloadReach
-    // on each side. Paths as UTF-8.
+    // two names; without a file behind, the current file again), then alternately the files
+    // ahead and behind, ahead first, up to kPreloadReach on each side. Paths as UTF-8.
     std::vector<std::string> GetPreloadRequest(int direction) const;
 
     static bool IsImageFile(const QString& path);
