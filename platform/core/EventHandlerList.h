@@ -28,15 +28,18 @@ public:
 
     // Calls `fn(handler)` for each handler of a copy of the list, in registration order,
     // holding the delivery mutex so that deliveries from different threads do not interleave.
+    // The list mutex is held only while copying: handlers may change the list meanwhile.
     template <class Fn>
     void ForEachHandler(Fn&& fn) const
     {
+        // The delivery mutex is taken before the copy is made, so that a removal, which waits
+        // for it, can never be overtaken by a delivery that copied the list before it.
+        std::lock_guard<std::recursive_mutex> delivery(deliveryMutex_);
         std::vector<Handler*> copy;
         {
             std::lock_guard<std::recursive_mutex> lock(listMutex_);
             copy = handlers_;
         }
-        std::lock_guard<std::recursive_mutex> delivery(deliveryMutex_);
         for (Handler* h : copy)
             fn(h);
     }
