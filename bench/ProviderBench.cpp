@@ -8,9 +8,8 @@
 //   largest sum of the cached cores' memory sizes (the current core excluded), sampled every
 //   millisecond by a watcher thread and after every step, divided by the cache bound.
 //
-// Every open writes two settings, and each write syncs the settings file to disk: 1 to 20 ms on a
-// busy disk, which would make the first figure measure the disk. The run's settings file is
-// therefore kept in memory (/dev/shm) where the system has it; elsewhere it stays on disk.
+// Every open writes two settings; the settings store puts them on disk from its own thread, so
+// the figure includes what an open really costs the UI thread.
 
 #include <algorithm>
 #include <atomic>
@@ -104,14 +103,8 @@ std::uint64_t CachedSize(const WorkspaceControllerProvider& provider)
 LUMINDRA_BENCH_GROUP(provider)
 {
     // The controller records the open file and session in the settings store: keep them out of
-    // the user's settings, and in memory where the system offers it (see the header comment).
-    const QString memoryFolder = QStringLiteral("/dev/shm");
-    const QString store = QFileInfo(memoryFolder).isDir() && QFileInfo(memoryFolder).isWritable()
-                              ? QStringLiteral("%1/lumindra-bench-%2-provider.ini")
-                                    .arg(memoryFolder)
-                                    .arg(QCoreApplication::applicationPid())
-                              : TempDir() + QStringLiteral("/provider-settings.ini");
-    Util::SettingsManager::Instance().SetStoreFile(store);
+    // the user's settings.
+    Util::SettingsManager::Instance().SetStoreFile(TempDir() + QStringLiteral("/provider-settings.ini"));
     Util::SettingsManager::Instance().SetValue(Util::Settings::Name(Util::Settings::SHOW_LAST_SESSION), false);
     // The cores' session folders go with the run's temporary folder.
     const QByteArray savedTemp = qgetenv("LUMINDRA_TEMP_DIR");
@@ -172,7 +165,6 @@ LUMINDRA_BENCH_GROUP(provider)
     Report("cache_peak_vs_bound",
            static_cast<double>(peak.load()) / static_cast<double>(WorkspaceControllerProvider::kCacheBoundBytes),
            "ratio");
-    QFile::remove(store);
     if (savedTemp.isNull())
         qunsetenv("LUMINDRA_TEMP_DIR");
     else

@@ -2,6 +2,8 @@
 
 #include <memory>
 
+#include <QCoreApplication>
+#include <QFileInfo>
 #include <QSettings>
 
 #include <glog/logging.h>
@@ -25,42 +27,155 @@ SettingsManager& SettingsManager::Instance()
     return instance;
 }
 
+SettingsManager::SettingsManager() : writer_([this] { WriterLoop(); })
+{
+    qAddPostRoutine([] { Instance().Stop(); });
+}
+
+SettingsManager::~SettingsManager()
+{
+    Stop();
+}
+
+void SettingsManager::Stop()
+{
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (stopped_)
+            return;
+        stopping_ = true;
+    }
+    changed_.notify_all();
+    writer_.join();
+    std::lock_guard<std::mutex> lock(mutex_);
+    stopped_ = true;
+}
+
+bool SettingsManager::WriteChanges(const QString& storeFile, const Changes& changes)
+{
+    const auto store = OpenStore(storeFile);
+    for (const auto& [name, value] : changes) {
+        if (value)
+            store->setValue(name, *value);
+        else
+            store->remove(name);
+    }
+    store->sync();
+    if (store->status() == QSettings::NoError)
+        return true;
+    LOG(WARNING) << "Settings could not be stored in " << store->fileName().toStdString()
+                 << (store->status() == QSettings::AccessError ? " (no access)" : " (bad format)");
+    return false;
+}
+
+void SettingsManager::WriterLoop()
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+        changed_.wait(lock, [this] { return stopping_ || !pending_.empty(); });
+        if (pending_.empty())
+            return; // stopping, and everything is written
+        inFlight_ = std::move(pending_);
+        pending_.clear();
+        const QString storeFile = storeFile_;
+        const unsigned long long batchNumber = submitted_;
+        lock.unlock();
+        const bool ok = WriteChanges(storeFile, inFlight_);
+        lock.lock();
+        inFlight_.clear();
+        stored_ = batchNumber;
+        lastWriteOk_ = ok;
+        written_.notify_all();
+    }
+}
+
+const std::optional<QVariant>* SettingsManager::FindChange(const QString& name) const
+{
+    for (const Changes* changes : {&pending_, &inFlight_}) {
+        const auto it = changes->find(name);
+        if (it != changes->end())
+            return &it->second;
+    }
+    return nullptr;
+}
+
+bool SettingsManager::IsStoreWritable(const QString& storeFile) const
+{
+    if (storeFile.isEmpty())
+        return true; // the platform's own store; failures show when it is written
+    const QFileInfo file(storeFile);
+    if (file.exists())
+        return file.isWritable();
+    // QSettings creates missing folders; it fails where a path element is a file or read-only.
+    QFileInfo folder(file.absolutePath());
+    while (!folder.exists())
+        folder = QFileInfo(folder.absolutePath());
+    return folder.isDir() && folder.isWritable();
+}
+
 QVariant SettingsManager::Value(const QString& name, const QVariant& fallback) const
 {
-    return OpenStore(GetStoreFile())->value(name, fallback);
+    QString storeFile;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (const auto* change = FindChange(name))
+            return *change ? **change : fallback;
+        storeFile = storeFile_;
+    }
+    return OpenStore(storeFile)->value(name, fallback);
+}
+
+bool SettingsManager::Contains(const QString& name) const
+{
+    QString storeFile;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (const auto* change = FindChange(name))
+            return change->has_value();
+        storeFile = storeFile_;
+    }
+    return OpenStore(storeFile)->contains(name);
 }
 
 bool SettingsManager::SetValue(const QString& name, const QVariant& value)
 {
-    const auto store = OpenStore(GetStoreFile());
-    store->setValue(name, value);
-    store->sync();
-    if (store->status() != QSettings::NoError) {
-        LOG(WARNING) << "Setting " << name.toStdString() << " could not be stored in "
-                     << store->fileName().toStdString()
-                     << (store->status() == QSettings::AccessError ? " (no access)" : " (bad format)");
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (!IsStoreWritable(storeFile_)) {
+        LOG(WARNING) << "Setting " << name.toStdString() << " could not be stored in " << storeFile_.toStdString()
+                     << " (no access)";
         return false;
     }
+    if (stopped_)
+        return WriteChanges(storeFile_, Changes {{name, value}});
+    pending_[name] = value;
+    ++submitted_;
+    changed_.notify_one();
     return true;
 }
 
 void SettingsManager::Remove(const QString& name)
 {
-    const auto store = OpenStore(GetStoreFile());
-    store->remove(name);
-    store->sync();
-    if (store->status() != QSettings::NoError)
-        LOG(WARNING) << "Setting " << name.toStdString() << " could not be removed from "
-                     << store->fileName().toStdString();
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (stopped_) {
+        WriteChanges(storeFile_, Changes {{name, std::nullopt}});
+        return;
+    }
+    pending_[name] = std::nullopt;
+    ++submitted_;
+    changed_.notify_one();
 }
 
-bool SettingsManager::Contains(const QString& name) const
+bool SettingsManager::Flush()
 {
-    return OpenStore(GetStoreFile())->contains(name);
+    std::unique_lock<std::mutex> lock(mutex_);
+    const unsigned long long target = submitted_;
+    written_.wait(lock, [&] { return stored_ >= target; });
+    return lastWriteOk_;
 }
 
 void SettingsManager::SetStoreFile(const QString& iniPath)
 {
+    Flush();
     std::lock_guard<std::mutex> lock(mutex_);
     storeFile_ = iniPath;
 }

@@ -28,5 +28,8 @@ int main(int argc, char** argv)
     Quelto::Lumindra::LumindraAlertBox::SetTestHook(
         [](Quelto::Lumindra::LumindraAlertBox&) { return QDialogButtonBox::Ok; });
 
-    return RUN_ALL_TESTS();
+    const int result = RUN_ALL_TESTS();
+    // The settings folder goes with this function: write what is pending while it is there.
+    Quelto::Lumindra::Util::SettingsManager::Instance().Flush();
+    return result;
 }

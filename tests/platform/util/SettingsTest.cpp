@@ -47,7 +47,10 @@ TEST_F(SettingsStoreTest, ValuesRoundTripThroughTheIniFile)
     EXPECT_TRUE(settings.SetValue(file, QString::fromUtf8("/ph\xc3\xb6tos/caf\xc3\xa9.jpg")));
     EXPECT_TRUE(settings.SetValue(Settings::Name(Settings::SHOW_LAST_SESSION), false));
 
-    // Written to the INI file at once, in groups, where another reader sees it.
+    // Reads see the values at once; after a flush they are in the INI file, in groups, where
+    // another reader sees them.
+    EXPECT_EQ(settings.Value(id).toString(), "{1234-abcd}");
+    ASSERT_TRUE(settings.Flush());
     QSettings reader(Store(), QSettings::IniFormat);
     EXPECT_EQ(reader.value("Session/Id").toString(), "{1234-abcd}");
     EXPECT_EQ(settings.Value(list).toStringList(), (QStringList {"a", "b c", "d/e"}));
@@ -57,6 +60,26 @@ TEST_F(SettingsStoreTest, ValuesRoundTripThroughTheIniFile)
     settings.Remove(id);
     EXPECT_FALSE(settings.Contains(id));
     EXPECT_TRUE(settings.Contains(list));
+}
+
+// The writer puts batches into the file while the caller goes on: a value must read back the
+// same whether it is still waiting, being written or already in the file.
+TEST_F(SettingsStoreTest, EveryWriteReadsBackWhileTheWriterIsBusy)
+{
+    SettingsManager& settings = SettingsManager::Instance();
+    for (int i = 0; i < 300; ++i) {
+        ASSERT_TRUE(settings.SetValue(QStringLiteral("counter"), i));
+        if (i % 3 == 0)
+            settings.Remove(QStringLiteral("toggled"));
+        else
+            settings.SetValue(QStringLiteral("toggled"), i);
+        ASSERT_EQ(settings.Value(QStringLiteral("counter")).toInt(), i);
+        ASSERT_EQ(settings.Contains(QStringLiteral("toggled")), i % 3 != 0);
+    }
+    ASSERT_TRUE(settings.Flush());
+    QSettings reader(Store(), QSettings::IniFormat);
+    EXPECT_EQ(reader.value("counter").toInt(), 299);
+    EXPECT_TRUE(reader.contains("toggled"));
 }
 
 TEST_F(SettingsStoreTest, UnwritableStoreIsReportedAndLosesNothingAlreadyThere)
