@@ -164,6 +164,8 @@ WorkspaceController::WorkspaceController(PhotoCore::IStatisticsEventHandler* sta
 
         connect(propertyHelper_.get(), &WorkspaceScenePropertyHelper::sceneColorSet, this,
                 &WorkspaceController::OnSceneColorSet);
+        // Let the application's style sheet give its workspace colour now that it is listened to.
+        propertyHelper_->PrepareHelper();
 
         Util::ObjectsConnector::registerEmitter(LumindraInt::IObjectsConnectorID::RENDERING_STARTED, this,
                                                 QStringLiteral("2renderingStarted(bool)"), 0);

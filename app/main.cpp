@@ -48,6 +48,9 @@ int main(int argc, char** argv)
     QApplication::setOrganizationName(QStringLiteral("Lumindra"));
     QApplication::setApplicationName(QStringLiteral("Lumindra"));
     Q_INIT_RESOURCE(resources);
+    // The workspace colour is themable: the module reads it from this rule.
+    app.setStyleSheet(QStringLiteral(
+        "Quelto--Lumindra--WorkspaceScenePropertyHelper { qproperty-sceneColor: \"#1a1a1a\"; }"));
 
     QCommandLineParser parser;
     parser.setApplicationDescription(QStringLiteral("Lumindra photo editor"));

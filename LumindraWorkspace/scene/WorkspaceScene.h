@@ -50,6 +50,7 @@ public:
     // The workspace colour; it is painted by drawBackground, the scene's own brush stays
     // transparent.
     void SetBackgroungColor(const QColor& color);
+    const QColor& GetSceneColor() const { return sceneColor_; }
     // The receiver of external data dropped where no scene item takes it; not owned; may be null.
     void SetDragAndDrop(IDragAndDrop* dragAndDrop);
     // Shows the drawer's current frame on the canvas.

@@ -6,12 +6,14 @@
 #include <thread>
 
 #include <QFile>
+#include <QApplication>
 #include <QGuiApplication>
 #include <QGraphicsView>
 #include <QSignalSpy>
 
 #include "LumindraWorkspace/WorkspaceController.h"
 #include "LumindraWorkspace/scene/IScene.h"
+#include "LumindraWorkspace/scene/WorkspaceScene.h"
 #include "ProviderFixture.h"
 #include "photocore/StatisticsEventHandler.h"
 #include "proc/EffectSettings.h"
@@ -243,6 +245,23 @@ TEST_F(WorkspaceControllerTest, RegistersWithTheObjectsConnectorForItsLife)
 
     controller.reset();
     EXPECT_EQ(Util::ObjectsConnector::receiverCount(HostID::LOCALE_CHANGED), receivers);
+}
+
+TEST_F(WorkspaceControllerTest, TheStyleSheetSetsTheWorkspaceColour)
+{
+    const std::string photo = TS::TestDataPathUtf8(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg"));
+    const QString previous = qApp->styleSheet();
+    qApp->setStyleSheet(
+        QStringLiteral("Quelto--Lumindra--WorkspaceScenePropertyHelper { qproperty-sceneColor: \"#2b3c4d\"; }"));
+    const auto themed = OpenFile(photo);
+    qApp->setStyleSheet(previous);
+    const auto plain = OpenFile(photo);
+
+    auto colourOf = [](const std::shared_ptr<IWorkspaceController>& c) {
+        return static_cast<WorkspaceScene*>(c->GetScene())->GetSceneColor().name();
+    };
+    EXPECT_EQ(colourOf(themed), QStringLiteral("#2b3c4d"));
+    EXPECT_EQ(colourOf(plain), QStringLiteral("#1a1a1a")) << "without a rule the default stays";
 }
 
 TEST_F(WorkspaceControllerTest, FailedOpenBuildsNothingAndLeavesTheCursor)
