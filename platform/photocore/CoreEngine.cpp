@@ -646,6 +646,7 @@ boost::intrusive_ptr<Core::IProgressController> CoreEngine::GetProgressControlle
 void CoreEngine::StoreSelection(const std::string& key, const DataVideoPtr& selection)
 {
     std::lock_guard<std::mutex> lock(mutex_);
+    releasedSelections_.erase(key);
     if (selection)
         selections_[key] = selection;
     else
@@ -663,6 +664,13 @@ void CoreEngine::ReleaseSelection(const std::string& key)
 {
     std::lock_guard<std::mutex> lock(mutex_);
     selections_.erase(key);
+    releasedSelections_.insert(key);
+}
+
+bool CoreEngine::IsSelectionReleased(const std::string& key) const
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    return releasedSelections_.count(key) != 0;
 }
 
 std::vector<std::string> CoreEngine::GetSelectionKeys() const

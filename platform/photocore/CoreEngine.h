@@ -6,6 +6,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <set>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -157,6 +158,8 @@ public:
     void StoreSelection(const std::string& key, const Proc::DataVideoPtr& selection);
     Proc::DataVideoPtr FindSelection(const std::string& key) const;
     void ReleaseSelection(const std::string& key);
+    // Released since last stored: its file, if still on disk, is on its way out and not to be read.
+    bool IsSelectionReleased(const std::string& key) const;
     std::vector<std::string> GetSelectionKeys() const;
 
     // --- IPhotoCoreProcessing ---
@@ -263,6 +266,7 @@ private:
     mutable std::uint8_t alphaMin_ = 255;
 
     std::map<std::string, Proc::DataVideoPtr> selections_;
+    std::set<std::string> releasedSelections_;
     boost::intrusive_ptr<Core::IProgressController> progress_;
     std::string language_;
     double lastRenderMs_ = 0.0;

@@ -208,6 +208,10 @@ Proc::DataVideoPtr CoreIO::LoadSelection(const ioPath& key)
 {
     if (Proc::DataVideoPtr selection = engine_->FindSelection(key.utf8string()))
         return selection;
+    // The file of a released selection is removed on the render thread; until then it must not
+    // come back from the disk.
+    if (engine_->IsSelectionReleased(key.utf8string()))
+        return nullptr;
     // A restored session finds its selections in the folder only.
     const std::string path = (engine_->GetSessionFolder() / SelectionFileName(key)).utf8string();
     if (!QFileInfo::exists(FromUtf8(path)))
