@@ -17,8 +17,8 @@
 // - paint_pan_vs_qt_smooth: a paint at the unchanged zoom (the cached copy drawn) / the Qt
 //   painting.
 // - paint_psnr_db, qt_paint_psnr_db: the painted pixels of each against a floating-point
-//   Lanczos-3 reduction of the same frame to the on-screen size (libvips on float pixels, with
-//   no box pre-shrink), over the visible 1600x1000.
+//   Lanczos-3 reduction of the same frame to the on-screen size (ImageQuality.h), over the
+//   visible 1600x1000.
 // - paint_repeat_resizes: resizer calls over 10 paints at an unchanged zoom after a change.
 
 #include <algorithm>
@@ -36,6 +36,7 @@
 #include <QStyleOptionGraphicsItem>
 
 #include "Bench.h"
+#include "ImageQuality.h"
 #include "LumindraWorkspace/scene/CanvasItem.h"
 #include "core/RefCounted.h"
 #include "photocore/PhotoCoreFactory.h"
@@ -69,49 +70,6 @@ private:
     boost::intrusive_ptr<Proc::IOneInputEffectVideo> inner_;
 };
 
-// The same frame reduced to width x height with Lanczos-3 in floating point, 8 bits a channel.
-QImage LanczosReference(const Proc::IDataVideo& frame, int width, int height)
-{
-    const Conf::FrameInfo& info = frame.GetFrameInfo();
-    vips::VImage bgra = vips::VImage::new_from_memory(const_cast<std::uint8_t*>(frame.GetData()),
-                                                      std::size_t(frame.GetStride()) * info.height,
-                                                      frame.GetStride() / 4, info.height, 4, VIPS_FORMAT_UCHAR);
-    bgra = bgra.extract_area(0, 0, info.width, info.height);
-    const vips::VImage bgr = bgra.extract_band(0, vips::VImage::option()->set("n", 3));
-    vips::VImage reduced = bgr.cast(VIPS_FORMAT_FLOAT)
-                               .resize(double(width) / info.width, vips::VImage::option()
-                                                                       ->set("vscale", double(height) / info.height)
-                                                                       ->set("kernel", VIPS_KERNEL_LANCZOS3)
-                                                                       ->set("gap", 0.0))
-                               .round(VIPS_OPERATION_ROUND_RINT)
-                               .cast(VIPS_FORMAT_UCHAR);
-    reduced = reduced.extract_area(0, 0, std::min(width, reduced.width()), std::min(height, reduced.height()));
-    std::size_t bytes = 0;
-    auto* pixels = static_cast<std::uint8_t*>(reduced.write_to_memory(&bytes));
-    QImage image(pixels, reduced.width(), reduced.height(), reduced.width() * 3, QImage::Format_BGR888);
-    QImage copy = image.copy();
-    g_free(pixels);
-    return copy;
-}
-
-double Psnr(const QImage& a, const QImage& b)
-{
-    const QImage x = a.convertToFormat(QImage::Format_RGB32);
-    const QImage y = b.convertToFormat(QImage::Format_RGB32);
-    double sum = 0.0;
-    for (int row = 0; row < x.height(); ++row) {
-        const QRgb* p = reinterpret_cast<const QRgb*>(x.constScanLine(row));
-        const QRgb* q = reinterpret_cast<const QRgb*>(y.constScanLine(row));
-        for (int col = 0; col < x.width(); ++col) {
-            const double dr = qRed(p[col]) - qRed(q[col]);
-            const double dg = qGreen(p[col]) - qGreen(q[col]);
-            const double db = qBlue(p[col]) - qBlue(q[col]);
-            sum += dr * dr + dg * dg + db * db;
-        }
-    }
-    const double mse = sum / (3.0 * x.width() * x.height());
-    return mse <= 0.0 ? 99.0 : 10.0 * std::log10(255.0 * 255.0 / mse);
-}
 
 } // namespace
 

@@ -11,6 +11,7 @@
 #include <QImage>
 
 #include "Bench.h"
+#include "ImageQuality.h"
 #include "proc/IEffect.h"
 #include "proc/Vips.h"
 
@@ -20,7 +21,6 @@ namespace {
 
 constexpr int kTargetWidth = 1920;
 constexpr int kRuns = 15;
-constexpr double kPi = 3.14159265358979323846;
 
 // The decoded photograph as an opaque BGRA frame (the layout the editing core shows).
 Proc::DataVideoPtr DecodeBgra(const QString& path)
@@ -47,99 +47,6 @@ Proc::DataVideoPtr DecodeBgra(const QString& path)
     g_free(rgba);
     frame->SetOpaque(true);
     return frame;
-}
-
-double LanczosReferenceKernel(double x)
-{
-    x = std::fabs(x);
-    if (x >= 3.0)
-        return 0.0;
-    if (x < 1e-12)
-        return 1.0;
-    return 3.0 * std::sin(kPi * x) * std::sin(kPi * x / 3.0) / (kPi * kPi * x * x);
-}
-
-// One axis of a textbook Lanczos-3 resampling in double precision: the kernel widened by the
-// reduction factor, windows cut at the borders and renormalised.
-struct AxisTaps {
-    std::vector<int> first;
-    std::vector<std::vector<double>> weights;
-};
-
-AxisTaps ReferenceAxis(int from, int to)
-{
-    AxisTaps axis;
-    const double scale = double(from) / to, widen = std::max(1.0, scale), support = 3.0 * widen;
-    for (int i = 0; i < to; ++i) {
-        const double center = (i + 0.5) * scale;
-        const int lo = std::max(0, int(std::ceil(center - support - 0.5)));
-        const int hi = std::min(from - 1, int(std::floor(center + support - 0.5)));
-        std::vector<double> w;
-        double sum = 0.0;
-        for (int s = lo; s <= hi; ++s) {
-            w.push_back(LanczosReferenceKernel((s + 0.5 - center) / widen));
-            sum += w.back();
-        }
-        for (double& v : w)
-            v /= sum;
-        axis.first.push_back(lo);
-        axis.weights.push_back(std::move(w));
-    }
-    return axis;
-}
-
-// RGB of the reference, 8-bit rounded, in the frame's B, G, R byte order.
-std::vector<std::uint8_t> LanczosReference(const Proc::IDataVideo& source, int width, int height)
-{
-    const int sw = source.GetFrameInfo().width, sh = source.GetFrameInfo().height;
-    const AxisTaps ax = ReferenceAxis(sw, width), ay = ReferenceAxis(sh, height);
-    std::vector<double> mid(std::size_t(width) * sh * 3);
-    for (int y = 0; y < sh; ++y) {
-        const std::uint8_t* row = source.GetData() + std::size_t(y) * source.GetStride();
-        for (int x = 0; x < width; ++x) {
-            double acc[3] = {0, 0, 0};
-            for (std::size_t k = 0; k < ax.weights[x].size(); ++k) {
-                const std::uint8_t* p = row + 4 * std::size_t(ax.first[x] + int(k));
-                for (int c = 0; c < 3; ++c)
-                    acc[c] += ax.weights[x][k] * p[c];
-            }
-            for (int c = 0; c < 3; ++c)
-                mid[(std::size_t(y) * width + x) * 3 + c] = acc[c];
-        }
-    }
-    std::vector<std::uint8_t> out(std::size_t(width) * height * 3);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            double acc[3] = {0, 0, 0};
-            for (std::size_t k = 0; k < ay.weights[y].size(); ++k) {
-                const double* p = &mid[(std::size_t(ay.first[y] + int(k)) * width + x) * 3];
-                for (int c = 0; c < 3; ++c)
-                    acc[c] += ay.weights[y][k] * p[c];
-            }
-            for (int c = 0; c < 3; ++c)
-                out[(std::size_t(y) * width + x) * 3 + c] = std::uint8_t(std::clamp(std::lround(acc[c]), 0L, 255L));
-        }
-    }
-    return out;
-}
-
-// dB over R, G and B of BGRA-ordered rows against the reference.
-double PsnrAgainst(const std::vector<std::uint8_t>& reference, const std::uint8_t* bgra, int stride, int width,
-                   int height)
-{
-    double sum = 0.0;
-    for (int y = 0; y < height; ++y) {
-        const std::uint8_t* p = bgra + std::size_t(y) * stride;
-        const std::uint8_t* r = &reference[std::size_t(y) * width * 3];
-        for (int x = 0; x < width; ++x) {
-            for (int c = 0; c < 3; ++c) {
-                const double d = double(p[4 * x + c]) - r[3 * x + c];
-                sum += d * d;
-            }
-        }
-    }
-    const double mse = sum / (3.0 * width * height);
-    return mse <= 0.0 ? 99.0 : 10.0 * std::log10(255.0 * 255.0 / mse);
 }
 
 } // namespace
@@ -216,10 +123,10 @@ LUMINDRA_BENCH_GROUP(resize)
     Report("levels_build_vs_qt_smooth", levelsMs / qtMs, "ratio");
     Report("resize_vips_reduce_vs_qt_smooth", vipsMs / qtMs, "ratio");
 
-    const std::vector<std::uint8_t> reference = LanczosReference(*photo, targetWidth, targetHeight);
-    Report("resize_psnr_db", PsnrAgainst(reference, ours->GetData(), ours->GetStride(), targetWidth, targetHeight), "dB");
-    Report("qt_smooth_psnr_db",
-           PsnrAgainst(reference, qtResult.constBits(), int(qtResult.bytesPerLine()), targetWidth, targetHeight), "dB");
+    const QImage reference = LanczosReference(*photo, targetWidth, targetHeight);
+    const QImage oursImage(ours->GetData(), targetWidth, targetHeight, ours->GetStride(), QImage::Format_RGB32);
+    Report("resize_psnr_db", Psnr(oursImage, reference), "dB");
+    Report("qt_smooth_psnr_db", Psnr(qtResult, reference), "dB");
     std::fprintf(stderr, "resize: qt %.2f ms, ours %.2f ms, levels %.2f ms, vips %.2f ms\n", qtMs, oursMs,
                  levelsMs, vipsMs);
 }
