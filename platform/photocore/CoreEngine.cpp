@@ -869,7 +869,13 @@ void CoreEngine::BuildLevels(const DataVideoPtr& display)
     if (!display || stopping_.load())
         return;
     const auto start = Clock::now();
-    display->BuildLevels(kLevelsMinSide);
+    try {
+        display->BuildLevels(kLevelsMinSide);
+    } catch (const std::exception& e) {
+        // Levels only make zooming out faster; without them the resizer starts from the frame.
+        LOG(WARNING) << "Reduced levels not built: " << e.what();
+        return;
+    }
     VLOG(30) << "Reduced levels (" << display->GetLevelCount() << ") built in " << MillisecondsSince(start) << " ms";
 }
 
