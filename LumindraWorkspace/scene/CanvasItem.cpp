@@ -199,8 +199,7 @@ void CanvasItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option
 {
     const double scale = painter->transform().m11();
     QGraphicsScene* owner = scene();
-    if ((scale >= kUnitScaleLow && scale <= kUnitScaleHigh) || !frame_ || !owner || !resizer_ ||
-        owner->views().isEmpty()) {
+    if (IsUnitScale(scale) || !frame_ || !owner || !resizer_ || owner->views().isEmpty()) {
         QGraphicsPixmapItem::paint(painter, option, widget);
         return;
     }
@@ -212,27 +211,39 @@ void CanvasItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option
     const int dx = bottomRight.x() - topLeft.x();
     const int dy = bottomRight.y() - topLeft.y();
 
-    const double ratio = widget ? GetWidgetScreenPixelRatio(widget) : GetMainWindowScreenPixelRatio();
-    const int targetWidth = qRound(dx * ratio);
-    const int targetHeight = qRound(dy * ratio);
-
-    // Zoomed in on a picture that overflows the viewport both ways: Qt's scaling of the visible
-    // part is cheaper than scaling the whole frame up.
-    const QWidget* viewport = view->viewport();
-    if (scale >= 1.0 && targetWidth > viewport->width() && targetHeight > viewport->height()) {
+    const QPixmap* scaled = ResizedPixmap(dx, dy, scale, view->viewport(), widget);
+    if (!scaled) {
         QGraphicsPixmapItem::paint(painter, option, widget);
         return;
     }
 
-    Conf::FrameInfo target = info;
-    target.width = std::max(targetWidth, 1);
-    target.height = std::max(targetHeight, 1);
-    const QPixmap& scaled = ScaledPixmap(target, ratio);
-
     const QTransform saved = painter->transform();
     painter->setTransform(QTransform::fromTranslate(saved.dx(), saved.dy()), false);
-    painter->drawPixmap(QPointF(0, 0), scaled);
+    painter->drawPixmap(QPointF(0, 0), *scaled);
     painter->setTransform(saved);
+}
+
+bool CanvasItem::IsUnitScale(double scale)
+{
+    return scale >= kUnitScaleLow && scale <= kUnitScaleHigh;
+}
+
+const QPixmap* CanvasItem::ResizedPixmap(double width, double height, double scale, const QWidget* viewport,
+                                         QWidget* widget)
+{
+    const double ratio = widget ? GetWidgetScreenPixelRatio(widget) : GetMainWindowScreenPixelRatio();
+    const int targetWidth = qRound(width * ratio);
+    const int targetHeight = qRound(height * ratio);
+
+    // Zoomed in on a picture that overflows the viewport both ways: Qt's scaling of the visible
+    // part is cheaper than scaling the whole frame up.
+    if (viewport && scale >= 1.0 && targetWidth > viewport->width() && targetHeight > viewport->height())
+        return nullptr;
+
+    Conf::FrameInfo target = frame_->GetFrameInfo();
+    target.width = std::max(targetWidth, 1);
+    target.height = std::max(targetHeight, 1);
+    return &ScaledPixmap(target, ratio);
 }
 
 } // namespace Quelto::Lumindra

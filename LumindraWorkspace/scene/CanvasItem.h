@@ -70,6 +70,13 @@ protected:
     // The cached copy of the frame scaled to `target` with device pixel ratio `ratio`; rebuilt
     // only when the cache is empty or of another size. Null when the resizer failed.
     const QPixmap& ScaledPixmap(const Conf::FrameInfo& target, double ratio);
+    // Zoom factors this close to 1 count as 100 %: the full pixmap is drawn as it is.
+    static bool IsUnitScale(double scale);
+    // The cached copy for an on-screen size of `width` x `height` view pixels at zoom `scale`,
+    // in the device pixels of `widget`'s screen. Null when Qt's own painting should draw
+    // instead: zoomed in on a picture that overflows `viewport` (if any) both ways.
+    const QPixmap* ResizedPixmap(double width, double height, double scale, const QWidget* viewport,
+                                 QWidget* widget);
 
 private Q_SLOTS:
     void ResetFrame();
