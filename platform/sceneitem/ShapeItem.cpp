@@ -21,7 +21,7 @@ constexpr double kDefaultStrokeWidth = 2.0;
 } // namespace
 
 ShapeItem::ShapeItem(Kind kind, const QRectF& rect, QGraphicsItem* parent)
-    : QAbstractGraphicsShapeItem(parent)
+    : PlacedSceneItem(parent)
     , kind_(kind)
     , rect_(rect.normalized())
 {
@@ -38,17 +38,6 @@ void ShapeItem::SetShapeRect(const QRectF& rect)
     prepareGeometryChange();
     rect_ = rect.normalized();
     update();
-}
-
-void ShapeItem::SetBackgroundColor(const QColor& color)
-{
-    backgroundColor_ = color;
-    update();
-}
-
-void ShapeItem::SetPictureRect(const QRectF& rect)
-{
-    bounds_.SetPictureRect(rect);
 }
 
 QRectF ShapeItem::boundingRect() const
@@ -113,9 +102,9 @@ void ShapeItem::Serialize(pt::ptree& out) const
     ItemDescription::WriteColor(out, "fill", brush().style() == Qt::NoBrush ? QColor(Qt::transparent) : brush().color());
     ItemDescription::WriteColor(out, "stroke", pen().style() == Qt::NoPen ? QColor(Qt::transparent) : pen().color());
     out.put("strokeWidth", pen().style() == Qt::NoPen ? 0.0 : pen().widthF());
-    ItemDescription::WriteColor(out, "background", backgroundColor_);
-    if (!bounds_.GetPictureRect().isNull())
-        ItemDescription::WriteRect(out, "picture", bounds_.GetPictureRect());
+    ItemDescription::WriteColor(out, "background", GetBackgroundColor());
+    if (!GetPictureRect().isNull())
+        ItemDescription::WriteRect(out, "picture", GetPictureRect());
 }
 
 std::unique_ptr<ShapeItem> ShapeItem::Deserialize(const pt::ptree& in)
@@ -150,26 +139,6 @@ std::unique_ptr<ShapeItem> ShapeItem::Deserialize(const pt::ptree& in)
     item->SetBackgroundColor(background);
     item->SetPictureRect(picture);
     return item;
-}
-
-bool ShapeItem::IsInBounds() const
-{
-    return PictureBounds::Contains(bounds_.Resolve(*this), GetRect());
-}
-
-QRectF ShapeItem::GetRect() const
-{
-    return sceneBoundingRect();
-}
-
-bool ShapeItem::HasOutline() const
-{
-    return outlineShown_ && !IsInBounds();
-}
-
-QRegion ShapeItem::GetOutlineRegion() const
-{
-    return PictureBounds::OutsideRegion(bounds_.Resolve(*this), GetRect());
 }
 
 void ShapeItem::dragEnterEvent(QGraphicsSceneDragDropEvent* event)

@@ -30,7 +30,7 @@ bool CarriesText(const QGraphicsSceneDragDropEvent* event)
 } // namespace
 
 TextItem::TextItem(const QString& text, QGraphicsItem* parent)
-    : QGraphicsSimpleTextItem(text, parent)
+    : PlacedSceneItem(text, parent)
 {
     setBrush(Qt::black);
     setFlags(ItemIsMovable | ItemIsSelectable);
@@ -52,9 +52,9 @@ void TextItem::Serialize(pt::ptree& out) const
     out.put("rotation", rotation());
     out.put("z", zValue());
     ItemDescription::WriteColor(out, "color", brush().color());
-    ItemDescription::WriteColor(out, "background", backgroundColor_);
-    if (!bounds_.GetPictureRect().isNull())
-        ItemDescription::WriteRect(out, "picture", bounds_.GetPictureRect());
+    ItemDescription::WriteColor(out, "background", GetBackgroundColor());
+    if (!GetPictureRect().isNull())
+        ItemDescription::WriteRect(out, "picture", GetPictureRect());
 }
 
 std::unique_ptr<TextItem> TextItem::Deserialize(const pt::ptree& in)
@@ -97,21 +97,6 @@ void TextItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option, 
     QStyleOptionGraphicsItem plain(*option);
     plain.state &= ~QStyle::State_Selected;
     QGraphicsSimpleTextItem::paint(painter, &plain, widget);
-}
-
-bool TextItem::IsInBounds() const
-{
-    return PictureBounds::Contains(bounds_.Resolve(*this), GetRect());
-}
-
-bool TextItem::HasOutline() const
-{
-    return outlineShown_ && !IsInBounds();
-}
-
-QRegion TextItem::GetOutlineRegion() const
-{
-    return PictureBounds::OutsideRegion(bounds_.Resolve(*this), GetRect());
 }
 
 void TextItem::dragEnterEvent(QGraphicsSceneDragDropEvent* event)

@@ -5,9 +5,7 @@
 #include <QColor>
 #include <QGraphicsSimpleTextItem>
 
-#include "sceneitem/ISceneItem.h"
-#include "sceneitem/ITransBoundable.h"
-#include "sceneitem/PictureBounds.h"
+#include "sceneitem/PlacedSceneItem.h"
 
 namespace Quelto::Lumindra::LumindraSceneItem {
 
@@ -15,7 +13,7 @@ namespace Quelto::Lumindra::LumindraSceneItem {
 // colour (the brush), with the background colour that the workspace paints where the text
 // reaches beyond the picture. Movable and selectable; text dropped on it replaces its text.
 // UI thread only.
-class TextItem : public QGraphicsSimpleTextItem, public ISceneItem, public ITransBoundable {
+class TextItem : public PlacedSceneItem<QGraphicsSimpleTextItem> {
 public:
     enum { Type = UserType + 0x5302 }; // distinct from Qt's own item types for qgraphicsitem_cast
     // The "kind" value of a text's description.
@@ -23,25 +21,11 @@ public:
 
     explicit TextItem(const QString& text, QGraphicsItem* parent = nullptr);
 
-    void SetBackgroundColor(const QColor& color) { backgroundColor_ = color; }
-    // The picture the text was placed on (scene coordinates); see PictureBounds.
-    void SetPictureRect(const QRectF& rect) { bounds_.SetPictureRect(rect); }
-    void SetOutlineShown(bool shown) { outlineShown_ = shown; }
-
     int type() const override { return Type; }
     void paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget) override;
 
-    QGraphicsItem* GetGraphicsItem() override { return this; }
-    const QGraphicsItem* GetGraphicsItem() const override { return this; }
-    bool AcceptsDrops() const override { return acceptDrops(); }
     std::string GetGroupKey() const override;
     void Serialize(boost::property_tree::ptree& out) const override;
-
-    bool IsInBounds() const override;
-    QColor GetBackgroundColor() const override { return backgroundColor_; }
-    QRectF GetRect() const override { return sceneBoundingRect(); }
-    bool HasOutline() const override;
-    QRegion GetOutlineRegion() const override;
 
     // Rebuilds a text item from what Serialize wrote. Throws Core::Exception, naming the
     // fault, when the description is damaged.
@@ -51,11 +35,6 @@ protected:
     void dragEnterEvent(QGraphicsSceneDragDropEvent* event) override;
     void dragMoveEvent(QGraphicsSceneDragDropEvent* event) override;
     void dropEvent(QGraphicsSceneDragDropEvent* event) override;
-
-private:
-    QColor backgroundColor_ = Qt::white;
-    PictureBounds bounds_;
-    bool outlineShown_ = true;
 };
 
 } // namespace Quelto::Lumindra::LumindraSceneItem
