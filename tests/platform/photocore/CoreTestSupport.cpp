@@ -33,12 +33,6 @@ std::string EventRecorder::Sequence() const
     return out;
 }
 
-void EventRecorder::Clear()
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    entries_.clear();
-}
-
 void EventRecorder::Add(const char* kind, int value, Proc::DataVideoPtr frame, const std::string& text)
 {
     std::lock_guard<std::mutex> lock(mutex_);

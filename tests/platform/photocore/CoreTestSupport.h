@@ -38,7 +38,6 @@ public:
     int Count(const std::string& kind) const;
     // Kinds in arrival order, e.g. "temporary frame undo".
     std::string Sequence() const;
-    void Clear();
 
 private:
     void Add(const char* kind, int value, Proc::DataVideoPtr frame, const std::string& text);

@@ -61,18 +61,12 @@ TEST(PhotoCoreFactory, LargeJpegShowsPreviewThenFullFrameFromTheRenderThread)
         EXPECT_NE(entry.thread, std::this_thread::get_id()) << entry.kind;
     core->GetEventSource().UnregisterDrawerEventHandler(&recorder);
     core->GetEventSource().UnregisterCoreEventHandler(&recorder);
-}
 
-TEST(PhotoCoreFactory, WaitForFullFrameReturnsWithTheFullFrame)
-{
-    T::Sandbox sandbox;
-    const QString path = T::WriteJpeg(sandbox.FilePath("big.jpg"), 3200, 2400);
-    CoreCreateOptions options;
-    options.waitForFullFrame = true;
-    PhotoCorePtr core = Open(path, options);
-    EXPECT_TRUE(core->GetProcessing().IsFullFrameReady());
-    ASSERT_TRUE(core->GetVideo());
-    EXPECT_EQ(core->GetVideo()->GetFrameInfo().width, 3200);
+    CoreCreateOptions waiting;
+    waiting.waitForFullFrame = true;
+    PhotoCorePtr waited = Open(path, waiting);
+    EXPECT_TRUE(waited->GetProcessing().IsFullFrameReady()) << "waiting returns with the full frame";
+    EXPECT_EQ(waited->GetVideo()->GetFrameInfo().width, 4000);
 }
 
 // The eight EXIF orientations of one photograph all show the same upright picture.
@@ -161,34 +155,23 @@ TEST(PhotoCoreFactory, AFileRewrittenSinceItWasOpenedIsReadAnew)
     EXPECT_EQ(Open(path)->GetProcessing().GetSourceFrameInfo().width, 50);
 }
 
-struct FormatCase {
-    const char* file;
-    int width, height;
-};
-
-class OtherFormats : public ::testing::TestWithParam<FormatCase> {};
-
-TEST_P(OtherFormats, Open)
+TEST(PhotoCoreFactory, OpensTheOtherFormats)
 {
-    PhotoCorePtr core = Open(T::TestDataPath(GetParam().file));
-    const QImage image = T::CurrentImage(*core);
-    EXPECT_EQ(image.width(), GetParam().width);
-    EXPECT_EQ(image.height(), GetParam().height);
-    EXPECT_TRUE(core->GetProcessing().IsFullFrameReady());
+    struct Case {
+        const char* file;
+        int width, height;
+    };
+    for (const Case& c : {Case {"exif-samples/heic/samplefilehub.heif", 640, 426}, Case {"exif-samples/tiff/BSG1.tiff", 635, 348},
+                          Case {"exif-samples/jpg/xmp/BlueSquare.jpg", 360, 216},
+                          // Filed among the invalid samples for EXIF readers: its only metadata is
+                          // XMP, and its picture data is whole.
+                          Case {"exif-samples/jpg/invalid/image01088.jpg", 425, 120}}) {
+        SCOPED_TRACE(c.file);
+        PhotoCorePtr core = Open(T::TestDataPath(c.file));
+        EXPECT_EQ(T::CurrentImage(*core).size(), QSize(c.width, c.height));
+        EXPECT_TRUE(core->GetProcessing().IsFullFrameReady());
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(PhotoCoreFactory, OtherFormats,
-                         ::testing::Values(FormatCase {"exif-samples/heic/samplefilehub.heif", 640, 426},
-                                           FormatCase {"exif-samples/tiff/BSG1.tiff", 635, 348},
-                                           FormatCase {"exif-samples/jpg/xmp/BlueSquare.jpg", 360, 216},
-                                           // Filed among the invalid samples for EXIF readers: its only
-                                           // metadata is XMP, and its picture data is whole.
-                                           FormatCase {"exif-samples/jpg/invalid/image01088.jpg", 425, 120}),
-                         [](const ::testing::TestParamInfo<FormatCase>& info) {
-                             std::string name = QFileInfo(info.param.file).completeBaseName().toStdString();
-                             std::replace_if(name.begin(), name.end(), [](char c) { return !std::isalnum(c); }, '_');
-                             return name;
-                         });
 
 // A 16-bit source keeps its depth in the working format, and is shown as 8-bit BGRA.
 TEST(PhotoCoreFactory, SixteenBitPngStaysSixteenBitAndDisplaysAsBgra)
@@ -212,33 +195,29 @@ TEST(PhotoCoreFactory, SixteenBitPngStaysSixteenBitAndDisplaysAsBgra)
     EXPECT_EQ(qGreen(image.pixel(10, 5)), 156); // 40000 / 257 rounded
 }
 
-class PixelLimit : public ::testing::TestWithParam<const char*> {};
-
-TEST_P(PixelLimit, ReducesLargeImagesAndSaysSo)
+TEST(PhotoCoreFactory, ReducesImagesAboveThePixelLimitAndSaysSo)
 {
     T::Sandbox sandbox;
-    const QString path = sandbox.FilePath(GetParam());
-    ASSERT_TRUE(T::MakeTestImage(2400, 1600).save(path));
-    CoreCreateOptions options;
-    options.pixelLimit = 1'000'000;
-    PhotoCorePtr core = Open(path, options);
-    ASSERT_TRUE(core->WaitForIdle(T::kDefaultWaitMs));
-    EXPECT_TRUE(core->GetProcessing().IsScaledForMemory());
-    const Conf::FrameInfo info = core->GetVideo()->GetFrameInfo();
-    EXPECT_LE(std::uint64_t(info.width) * info.height, options.pixelLimit);
-    EXPECT_GE(info.width, 2400 / 4) << "the largest reduction under the limit";
-    EXPECT_EQ(core->GetProcessing().GetSourceFrameInfo().width, 2400);
+    for (const char* name : {"big.jpg", "big.png"}) {
+        SCOPED_TRACE(name);
+        const QString path = sandbox.FilePath(name);
+        ASSERT_TRUE(T::MakeTestImage(2400, 1600).save(path));
+        CoreCreateOptions options;
+        options.pixelLimit = 1'000'000;
+        PhotoCorePtr core = Open(path, options);
+        ASSERT_TRUE(core->WaitForIdle(T::kDefaultWaitMs));
+        EXPECT_TRUE(core->GetProcessing().IsScaledForMemory());
+        const Conf::FrameInfo info = core->GetVideo()->GetFrameInfo();
+        EXPECT_LE(std::uint64_t(info.width) * info.height, options.pixelLimit);
+        EXPECT_GE(info.width, 2400 / 4) << "the largest reduction under the limit";
+        EXPECT_EQ(core->GetProcessing().GetSourceFrameInfo().width, 2400);
 
-    options.pixelLimit = 4'000'000;
-    PhotoCorePtr roomy = Open(path, options);
-    ASSERT_TRUE(roomy->WaitForIdle(T::kDefaultWaitMs));
-    EXPECT_FALSE(roomy->GetProcessing().IsScaledForMemory());
+        options.pixelLimit = 4'000'000;
+        PhotoCorePtr roomy = Open(path, options);
+        ASSERT_TRUE(roomy->WaitForIdle(T::kDefaultWaitMs));
+        EXPECT_FALSE(roomy->GetProcessing().IsScaledForMemory());
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(PhotoCoreFactory, PixelLimit, ::testing::Values("big.jpg", "big.png"),
-                         [](const ::testing::TestParamInfo<const char*>& info) {
-                             return QFileInfo(info.param).suffix().toStdString();
-                         });
 
 TEST(PhotoCoreFactory, PicturesBecomeCoresWithoutFile)
 {
@@ -257,36 +236,6 @@ TEST(PhotoCoreFactory, PicturesBecomeCoresWithoutFile)
     EXPECT_THROW(PhotoCoreFactory::Create(QImage(), ImageSourceDrop), PhotoCoreException);
 }
 
-// Bad input: a clear exception naming the file and the problem, and nothing left running.
-struct BadInput {
-    const char* name;
-    std::function<QString(const T::Sandbox&)> make;
-    const char* reason;
-};
-
-class BadInputs : public ::testing::TestWithParam<BadInput> {};
-
-TEST_P(BadInputs, ThrowAClearErrorAndLeaveNoThread)
-{
-    T::Sandbox sandbox;
-    const QString path = GetParam().make(sandbox);
-    const int threads = T::ThreadCount();
-    for (const bool wait : {false, true}) {
-        CoreCreateOptions options;
-        options.waitForFullFrame = wait;
-        try {
-            Open(path, options);
-            ADD_FAILURE() << "no exception for " << GetParam().name;
-        } catch (const PhotoCoreException& e) {
-            const std::string message = e.what();
-            EXPECT_NE(message.find(QFileInfo(path).fileName().toStdString()), std::string::npos) << message;
-            EXPECT_NE(message.find(GetParam().reason), std::string::npos) << message;
-        }
-    }
-    // A joined thread may linger in the task list for a moment after the join returns.
-    EXPECT_TRUE(T::WaitUntil([&] { return T::ThreadCount() <= threads; })) << T::ThreadCount() << " > " << threads;
-}
-
 QString WriteBytes(const QString& path, const QByteArray& bytes)
 {
     QFile file(path);
@@ -295,35 +244,37 @@ QString WriteBytes(const QString& path, const QByteArray& bytes)
     return path;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    PhotoCoreFactory, BadInputs,
-    ::testing::Values(
-        BadInput {"missing", [](const T::Sandbox& s) { return s.FilePath("missing.jpg"); }, "does not exist"},
-        BadInput {"empty", [](const T::Sandbox& s) { return WriteBytes(s.FilePath("empty.jpg"), {}); }, "empty"},
-        BadInput {"truncated",
-                  [](const T::Sandbox& s) {
-                      QFile source(T::TestDataPath("exif-samples/jpg/gps/DSCN0010.jpg"));
-                      EXPECT_TRUE(source.open(QIODevice::ReadOnly));
-                      const QByteArray bytes = source.readAll();
-                      return WriteBytes(s.FilePath("truncated.jpg"), bytes.left(bytes.size() / 2));
-                  },
-                  "Premature end"},
-        BadInput {"text",
-                  [](const T::Sandbox& s) {
-                      return WriteBytes(s.FilePath("notes.jpg"), "These are notes, not a photograph.\n");
-                  },
-                  "not an image"},
-        BadInput {"unknown extension",
-                  [](const T::Sandbox& s) {
-                      return s.CopyTestData("exif-samples/jpg/Canon_40D.jpg", "photo.xyz");
-                  },
-                  "not supported"},
-        BadInput {"folder", [](const T::Sandbox& s) { return s.Path(); }, "folder"}),
-    [](const ::testing::TestParamInfo<BadInput>& info) {
-        std::string name = info.param.name;
-        std::replace(name.begin(), name.end(), ' ', '_');
-        return name;
-    });
+// Bad input: a clear exception naming the file and the problem, and nothing left running.
+TEST(PhotoCoreFactory, BadInputsThrowAClearErrorAndLeaveNoThread)
+{
+    T::Sandbox sandbox;
+    QFile photo(T::TestDataPath("exif-samples/jpg/gps/DSCN0010.jpg"));
+    ASSERT_TRUE(photo.open(QIODevice::ReadOnly));
+    const QByteArray bytes = photo.readAll();
+    const int threads = T::ThreadCount();
+    for (auto [path, reason] : {std::pair {sandbox.FilePath("missing.jpg"), "does not exist"},
+                                {WriteBytes(sandbox.FilePath("empty.jpg"), {}), "empty"},
+                                {WriteBytes(sandbox.FilePath("truncated.jpg"), bytes.left(bytes.size() / 2)), "Premature end"},
+                                {WriteBytes(sandbox.FilePath("notes.jpg"), "These are notes, not a photograph.\n"), "not an image"},
+                                {sandbox.CopyTestData("exif-samples/jpg/Canon_40D.jpg", "photo.xyz"), "not supported"},
+                                {sandbox.Path(), "folder"}}) {
+        for (const bool wait : {false, true}) {
+            SCOPED_TRACE(path.toStdString() + (wait ? ", waiting" : ""));
+            CoreCreateOptions options;
+            options.waitForFullFrame = wait;
+            try {
+                Open(path, options);
+                ADD_FAILURE() << "no exception";
+            } catch (const PhotoCoreException& e) {
+                const std::string message = e.what();
+                EXPECT_NE(message.find(QFileInfo(path).fileName().toStdString()), std::string::npos) << message;
+                EXPECT_NE(message.find(reason), std::string::npos) << message;
+            }
+        }
+    }
+    // A joined thread may linger in the task list for a moment after the join returns.
+    EXPECT_TRUE(T::WaitUntil([&] { return T::ThreadCount() <= threads; })) << T::ThreadCount() << " > " << threads;
+}
 
 } // namespace
 } // namespace Quelto::Lumindra::PhotoCore

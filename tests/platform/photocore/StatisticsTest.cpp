@@ -1,11 +1,10 @@
-// The statistics handler, tool identifiers and metadata settings of the core library.
+// The statistics handler and metadata settings of the core library.
 
 #include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 
-#include "photocore/IToolsId.h"
 #include "photocore/MetadataSettings.h"
 #include "photocore/StatisticsEventHandler.h"
 #include "support/TestSupport.h"
@@ -41,15 +40,6 @@ TEST(StatisticsEventHandler, KeepsEventsFromManyThreadsAndLogsThem)
     handler.OnControllerCreated();
     EXPECT_EQ(int(handler.GetEvents().size()), kThreads * kEach) << "closed: dropped";
     EXPECT_EQ(handler.GetControllersCreated(), 1);
-}
-
-TEST(ToolsId, NamesMapToIdentifiers)
-{
-    EXPECT_EQ(IToolsId::GetToolID("crop"), IToolsId::TOOL_CROP);
-    EXPECT_EQ(IToolsId::GetToolID("compare"), IToolsId::TOOL_COMPARE);
-    EXPECT_EQ(IToolsId::GetToolID("shape"), IToolsId::TOOL_SHAPE);
-    EXPECT_EQ(IToolsId::GetToolID("Crop"), IToolsId::TOOL_NONE);
-    EXPECT_EQ(IToolsId::GetToolID(""), IToolsId::TOOL_NONE);
 }
 
 TEST(MetadataSettings, CopiesAreDeepAndTheDateComesFromTheMetadata)
