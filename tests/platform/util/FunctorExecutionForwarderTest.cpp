@@ -17,29 +17,20 @@
 namespace Quelto::Lumindra::Util {
 namespace {
 
-// Runs what the event loop has queued, without waiting: a forwarded function that should have
-// been dropped would run (or touch a dead object) here.
+using Journal = std::vector<std::string>;
+
+// Runs what the event loop has queued, without waiting: a function that should have been dropped
+// would run (or touch a dead object) here.
 void DrainEvents()
 {
     QCoreApplication::sendPostedEvents();
     QCoreApplication::processEvents();
 }
 
-TEST(FunctorExecutionForwarder, RunsLaterNotInsideForward)
-{
-    FunctorExecutionForwarder forwarder;
-    bool ran = false;
-    forwarder.Forward([&] { ran = true; });
-    EXPECT_FALSE(ran);
-    EXPECT_TRUE(Lumindra::Test::WaitUntil([&] { return ran; }));
-}
-
 TEST(FunctorExecutionForwarder, RunsInCallOrderOnTheCreatingThreadWhenCalledFromWorkers)
 {
-    constexpr int kWorkers = 4;
-    constexpr int kCallsPerWorker = 500;
+    constexpr int kWorkers = 4, kCallsPerWorker = 500;
     FunctorExecutionForwarder forwarder;
-    QThread* const owner = QThread::currentThread();
     std::vector<int> order;
     std::atomic<int> wrongThread {0};
     std::mutex callOrder; // makes the ticket order the order of the Forward calls
@@ -49,10 +40,8 @@ TEST(FunctorExecutionForwarder, RunsInCallOrderOnTheCreatingThreadWhenCalledFrom
         workers.emplace_back([&] {
             for (int i = 0; i < kCallsPerWorker; ++i) {
                 std::lock_guard<std::mutex> lock(callOrder);
-                const int mine = ticket++;
-                forwarder.Forward([&, mine] {
-                    if (QThread::currentThread() != owner)
-                        ++wrongThread;
+                forwarder.Forward([&, mine = ticket++] {
+                    wrongThread += QThread::currentThread() != forwarder.thread();
                     order.push_back(mine);
                 });
             }
@@ -62,101 +51,62 @@ TEST(FunctorExecutionForwarder, RunsInCallOrderOnTheCreatingThreadWhenCalledFrom
     ASSERT_TRUE(Lumindra::Test::WaitUntil([&] { return int(order.size()) == kWorkers * kCallsPerWorker; }));
     EXPECT_EQ(wrongThread.load(), 0);
     for (int i = 0; i < int(order.size()); ++i)
-        ASSERT_EQ(order[i], i) << "out of call order at position " << i;
+        ASSERT_EQ(order[i], i) << "out of call order";
 }
 
-TEST(FunctorExecutionForwarder, DropsWhatIsQueuedWhenDestroyed)
-{
-    std::atomic<int> ran {0};
-    auto forwarder = std::make_unique<FunctorExecutionForwarder>();
-    std::thread worker([&] {
-        for (int i = 0; i < 100; ++i)
-            forwarder->Forward([&] { ++ran; });
-    });
-    worker.join();
-    forwarder.reset();
-    DrainEvents();
-    EXPECT_EQ(ran.load(), 0);
-}
-
-// Its destructor runs before the base's: a worker keeps forwarding while the object is being
-// torn down, and is stopped only when the base destructor is about to close the queue.
-class RacedForwarder : public FunctorExecutionForwarder {
-public:
+// Its destructor runs before the base's: the worker, which has queued work already, keeps
+// forwarding while the object is torn down and is stopped only when the base destructor is about
+// to close the queue.
+struct RacedForwarder : FunctorExecutionForwarder {
     ~RacedForwarder() override
     {
-        const int before = calls;
-        while (calls < before + kCallsDuringDestruction)
+        for (const int before = calls; calls < before + kCallsDuringDestruction;)
             std::this_thread::yield();
         stop = true;
-        if (worker.joinable())
-            worker.join();
+        worker.join();
     }
-
     static constexpr int kCallsDuringDestruction = 50;
     std::atomic<int> calls {0};
     std::atomic<bool> stop {false};
     std::thread worker;
 };
 
-TEST(FunctorExecutionForwarder, WorkForwardedDuringDestructionNeverRuns)
+TEST(FunctorExecutionForwarder, QueuedWorkAndWorkForwardedDuringDestructionNeverRun)
 {
-    constexpr int kTrials = 20;
+    constexpr int kTrials = 20, kQueuedBeforeDestruction = 50;
     std::atomic<int> ran {0};
     for (int trial = 0; trial < kTrials; ++trial) {
         auto forwarder = std::make_unique<RacedForwarder>();
-        RacedForwarder* raw = forwarder.get();
-        raw->worker = std::thread([raw, &ran] {
-            while (!raw->stop) {
+        forwarder->worker = std::thread([raw = forwarder.get(), &ran] {
+            for (; !raw->stop; ++raw->calls)
                 raw->Forward([&ran] { ++ran; });
-                ++raw->calls;
-            }
         });
+        while (forwarder->calls < kQueuedBeforeDestruction)
+            std::this_thread::yield();
         forwarder.reset();
         DrainEvents();
     }
     EXPECT_EQ(ran.load(), 0);
 }
 
-TEST(FunctorExecutionForwarder, FunctionMayDestroyTheForwarder)
-{
-    auto* forwarder = new FunctorExecutionForwarder;
-    std::vector<std::string> journal;
-    forwarder->Forward([&] {
-        journal.push_back("first");
-        delete forwarder;
-    });
-    forwarder->Forward([&] { journal.push_back("second"); });
-    ASSERT_TRUE(Lumindra::Test::WaitUntil([&] { return !journal.empty(); }));
-    DrainEvents();
-    EXPECT_EQ(journal, std::vector<std::string> {"first"});
-}
-
-TEST(FunctorExecutionForwarder, OrderHoldsWhenAFunctionRunsANestedEventLoop)
-{
-    FunctorExecutionForwarder forwarder;
-    std::vector<std::string> journal;
-    forwarder.Forward([&] {
-        journal.push_back("1<");
-        forwarder.Forward([&] { journal.push_back("3"); });
-        // A modal dialog does this: the event loop runs inside the first function.
-        Lumindra::Test::WaitUntil([&] { return journal.back() == "3"; });
-        journal.push_back("1>");
-    });
-    forwarder.Forward([&] { journal.push_back("2"); });
-    ASSERT_TRUE(Lumindra::Test::WaitUntil([&] { return journal.size() == 4; }));
-    EXPECT_EQ(journal, (std::vector<std::string> {"1<", "2", "3", "1>"}));
-}
-
-TEST(FunctorExecutionForwarder, ThrowingFunctionIsLoggedAndTheNextRuns)
+// Functions run later, not inside Forward; one that throws is logged and the next runs; one that
+// destroys the forwarder takes the rest of the queue with it.
+TEST(FunctorExecutionForwarder, GoesOnAfterAThrowingFunctionAndStopsAfterOneThatDestroysIt)
 {
     Lumindra::Test::LogCapture log;
-    FunctorExecutionForwarder forwarder;
-    bool second = false;
-    forwarder.Forward([] { throw std::runtime_error("boom"); });
-    forwarder.Forward([&] { second = true; });
-    forwarder.Forward(std::function<void()>()); // empty: ignored
-    ASSERT_TRUE(Lumindra::Test::WaitUntil([&] { return second; }));
+    auto* forwarder = new FunctorExecutionForwarder;
+    Journal journal;
+    forwarder->Forward([] { throw std::runtime_error("boom"); });
+    forwarder->Forward(std::function<void()>());
+    forwarder->Forward([&] {
+        journal.push_back("destroys");
+        delete forwarder;
+    });
+    forwarder->Forward([&] { journal.push_back("dropped"); });
+    EXPECT_TRUE(journal.empty());
+    ASSERT_TRUE(Lumindra::Test::WaitUntil([&] { return !journal.empty(); }));
+    DrainEvents();
+    EXPECT_EQ(journal, Journal {"destroys"});
     EXPECT_TRUE(log.Contains("boom"));
 }
 
