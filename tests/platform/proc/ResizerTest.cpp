@@ -229,9 +229,10 @@ TEST(ResizerTest, TransparentColourDoesNotBleed)
     for (int format : {Proc::PIX_FMT_BGRA32, Proc::PIX_FMT_RGBA64}) {
         SCOPED_TRACE(format);
         const int max = MaxValue(format);
-        // Opaque red on the left; on the right, fully transparent pixels whose colour is green.
+        // Opaque red on the left; on the right, fully transparent pixels whose colour is green. The
+        // edge falls inside a 2x2 block, so that the levels mix the two as well.
         const DataVideoPtr frame = MakeFrame(format, 64, 16, [&](int x, int) {
-            return x < 32 ? Rgba {max, 0, 0, max} : Rgba {0, max, 0, 0};
+            return x < 33 ? Rgba {max, 0, 0, max} : Rgba {0, max, 0, 0};
         });
         frame->BuildLevels(4);
         for (auto [width, height] : {std::pair {21, 5}, std::pair {13, 4}, std::pair {100, 20}}) {
