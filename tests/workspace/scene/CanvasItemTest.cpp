@@ -1,291 +1,134 @@
-// The canvas item: which zooms take the resized path, how often it resizes, what reaches the
-// screen, how it follows the scene rectangle, and how it follows a real core's drawer.
+// The canvas item: which zooms take the resized path and what reaches the screen, what a failed
+// resize or a null frame leaves, how it follows the scene rectangle, and a real core's frames.
 
-#include <cstring>
-#include <vector>
-
-#include <QGraphicsScene>
-#include <QGraphicsView>
-#include <QTest>
-
-#include <gtest/gtest.h>
-
-#include "ConnectorProbe.h"
-#include "CountingResizer.h"
-#include "LumindraWorkspace/scene/CanvasItem.h"
 #include "LumindraWorkspace/scene/TransformableCanvasItem.h"
-#include "TestController.h"
+#include "SceneTestSupport.h"
+#include "core/RefCounted.h"
 #include "photoutil/ImageUtils.h"
 #include "proc/EffectSettings.h"
-#include "support/TestSupport.h"
-#include "util/HostObjectsConnectorID.h"
-#include "util/ObjectsConnector.h"
+#include "support/ViewSupport.h"
 
 namespace Quelto::Lumindra {
 namespace {
 
 namespace Support = ::Quelto::Lumindra::Test;
-
 using Event = PhotoCore::IDrawerEventHandler;
 
-Proc::DataVideoPtr PhotoFrame(int width, int height)
+const Util::ImageUtils kUtils {};
+
+// A canvas alone in a bare 800x600 view.
+struct Stage : Support::BareView {
+    explicit Stage(const Proc::DataVideoPtr& frame, bool transformable = false)
+        : BareView({800, 600})
+        , canvas(transformable ? new TransformableCanvasItem(kUtils, frame, nullptr)
+                               : new CanvasItem(kUtils, frame, nullptr))
+    {
+        own.addItem(canvas);
+    }
+    CanvasItem* canvas; // owned by the scene
+};
+
+// Hands a frame to the canvas as the core would (a temporary-frame event) and waits for it.
+void Show(CanvasItem* canvas, const Proc::DataVideoPtr& frame)
 {
-    return PhotoUtil::ImageUtils::ImageToFrame(Support::MakeTestImage(width, height));
+    canvas->HandleFrameTemporary(Event::DrawerEventFrameTemporary("", "", 0, frame));
+    EXPECT_TRUE(Support::WaitUntil([&] { return canvas->GetFrame() == frame; }));
 }
 
-// A scene in a real view whose viewport is exactly the given size (no frame, no scroll bars).
-class Stage {
-public:
-    Stage(int width, int height)
-    {
-        view.setFrameShape(QFrame::NoFrame);
-        view.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-        view.setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-        view.resize(width, height);
-        view.show();
-        QCoreApplication::processEvents();
-    }
-    void Zoom(double factor) { view.setTransform(QTransform::fromScale(factor, factor)); }
-    QImage Grab() { return view.viewport()->grab().toImage(); }
-
-    QGraphicsScene scene;
-    QGraphicsView view {&scene};
-};
-
-// A canvas that shows `frame` in the stage, with its resizer counted.
-struct CountedCanvas {
-    CountedCanvas(Stage& stage, const Proc::DataVideoPtr& frame)
-        : canvas(new CanvasItem(utils, frame, nullptr))
-    {
-        counter = new Support::CountingResizer(canvas->GetResizer());
-        canvas->GetResizer() = counter;
-        stage.scene.addItem(canvas);
-    }
-    // Hands a frame to the canvas as the core would (a temporary-frame event) and waits.
-    void Show(const Proc::DataVideoPtr& frame)
-    {
-        canvas->HandleFrameTemporary(Event::DrawerEventFrameTemporary("", "", 0, frame));
-        QTRY_VERIFY(canvas->GetFrame() == frame);
-    }
-
-    Util::ImageUtils utils;
-    CanvasItem* canvas; // owned by the scene
-    Support::CountingResizer* counter; // owned by the canvas
-};
-
-struct ZoomCase {
-    const char* name;
-    int frameWidth, frameHeight;
-    double zoom;
-    int resizes;            // on the first paint
-    QSize pixmapView;       // expected size of the scaled copy when one is made
-};
-
-// Which zooms take the resized path, in an 800x600 viewport.
+// For both kinds of canvas: where a scaled copy is made it is drawn pixel for pixel at the
+// picture's place, and a second paint at the same zoom does not make another.
 TEST(CanvasItemZoom, ResizedPathOnlyWhereItPays)
 {
-    const ZoomCase cases[] = {
-        {"exactly 100 %", 300, 200, 1.0, 0, {}},
-        {"within the 100 % tolerance", 300, 200, 1.000005, 0, {}},
-        {"just beyond the tolerance", 300, 200, 1.00002, 1, {300, 200}},
-        {"just below 100 %", 300, 200, 0.99998, 1, {300, 200}},
-        {"zoomed out", 1200, 900, 0.5, 1, {600, 450}},
-        {"zoomed in on a large frame", 4000, 3000, 2.0, 0, {}},
-        {"zoomed in on a small frame", 300, 200, 2.0, 1, {600, 400}},
-        {"zoomed in, overflowing one way only", 4000, 100, 2.0, 1, {8000, 200}},
-        {"smaller than a pixel", 10, 10, 0.01, 1, {1, 1}},
+    const struct {
+        const char* name;
+        int width, height;
+        double zoom;
+        QSize copy; // empty: Qt's own painting draws the full pixmap
+    } cases[] = {
+        {"exactly 100 %", 300, 200, 1.0, {}},
+        {"within the 100 % tolerance", 300, 200, 1.000005, {}},
+        {"just beyond the tolerance", 300, 200, 1.00002, {300, 200}},
+        {"just below 100 %", 300, 200, 0.99998, {300, 200}},
+        {"zoomed out", 1200, 900, 0.5, {600, 450}},
+        {"zoomed in on a large frame", 4000, 3000, 2.0, {}},
+        {"zoomed in on a small frame", 300, 200, 2.0, {600, 400}},
+        {"zoomed in, overflowing one way only", 4000, 100, 2.0, {8000, 200}},
+        {"smaller than a pixel", 10, 10, 0.01, {1, 1}},
     };
-    for (const ZoomCase& c : cases) {
-        SCOPED_TRACE(c.name);
-        Stage stage(800, 600);
-        CountedCanvas counted(stage, PhotoFrame(c.frameWidth, c.frameHeight));
-        stage.Zoom(c.zoom);
-        stage.Grab();
-        EXPECT_EQ(counted.counter->processed, c.resizes);
-        if (c.resizes > 0) {
-            EXPECT_TRUE(counted.canvas->GetFrameView());
-            EXPECT_EQ(counted.canvas->GetPixmapView().size(), c.pixmapView);
-        } else {
-            EXPECT_TRUE(counted.canvas->GetPixmapView().isNull());
+    for (const auto& c : cases) {
+        for (bool transformable : {false, true}) {
+            SCOPED_TRACE(std::string(c.name) + (transformable ? ", transformable" : ""));
+            Stage stage(PhotoUtil::ImageUtils::ImageToFrame(Support::MakeTestImage(c.width, c.height)), transformable);
+            stage.Zoom(c.zoom);
+            const QImage screen = stage.Grab();
+            const qint64 copyKey = stage.canvas->GetPixmapView().cacheKey();
+            stage.Grab();
+            EXPECT_EQ(stage.canvas->GetPixmapView().cacheKey(), copyKey) << "resized again";
+            const QImage copy = stage.canvas->GetPixmapView().toImage();
+            ASSERT_EQ(copy.size(), c.copy.isEmpty() ? QSize(0, 0) : c.copy);
+            if (copy.isNull())
+                continue;
+            const QRect place(stage.mapFromScene(QPointF(0, 0)), copy.size());
+            const QRect visible = place & screen.rect();
+            const QRect inCopy = visible.translated(-place.topLeft());
+            EXPECT_EQ(Support::MaxChannelDifference(screen.copy(visible), copy.copy(inCopy)), 0);
         }
-        // A second paint at the same zoom never resizes again.
-        stage.Grab();
-        EXPECT_EQ(counted.counter->processed, c.resizes);
     }
 }
 
-TEST(CanvasItemZoom, ResizesAgainOnlyForANewZoomOrFrame)
+// Stands in for the canvas's resizer and fails every frame.
+struct FailingResizer : Core::RefCounted, Proc::IOneInputEffectVideo {
+    void Reset() override {}
+    void SetSettings(const Proc::SettingsBase&) override {}
+    bool Process(Proc::DataVideoPtr&) override { return false; }
+};
+
+// A null frame leaves the picture as it is; a failed resize draws nothing for that frame, and
+// the next paint tries again.
+TEST(CanvasItemFrame, NullFrameAndFailedResizeLeaveNoDamage)
 {
-    Stage stage(800, 600);
-    CountedCanvas counted(stage, PhotoFrame(1600, 1000));
+    Stage stage(Support::MakeSolidFrame(400, 300, Qt::white));
+    stage.setBackgroundBrush(Qt::black);
+    const Proc::DataVideoPtr shown = stage.canvas->GetFrame();
+    const qint64 pixmapKey = stage.canvas->pixmap().cacheKey();
+    stage.canvas->HandleFrameTemporary(Event::DrawerEventFrameTemporary("", "", 0, nullptr));
+    QCoreApplication::processEvents(); // the forwarder runs what is queued at the next pass
+    EXPECT_TRUE(stage.canvas->GetFrame() == shown);
+    EXPECT_EQ(stage.canvas->pixmap().cacheKey(), pixmapKey);
+    EXPECT_EQ(stage.At(stage.Grab(), {200, 150}), QColor(Qt::white));
+
+    const boost::intrusive_ptr<Proc::IOneInputEffectVideo> resizer = stage.canvas->GetResizer();
+    stage.canvas->GetResizer() = new FailingResizer();
     stage.Zoom(0.5);
-    for (int i = 0; i < 3; ++i)
-        stage.Grab();
-    EXPECT_EQ(counted.counter->processed, 1);
-
-    stage.Zoom(0.25);
-    stage.Grab();
-    stage.Grab();
-    EXPECT_EQ(counted.counter->processed, 2);
-    EXPECT_EQ(counted.canvas->GetPixmapView().size(), QSize(400, 250));
-
-    // The view repaints a new frame on its own, with one resize.
-    counted.Show(PhotoFrame(800, 500));
-    stage.Grab();
-    stage.Grab();
-    EXPECT_EQ(counted.counter->processed, 3);
-    EXPECT_EQ(counted.canvas->GetPixmapView().size(), QSize(200, 125));
-}
-
-// What reaches the screen is the scaled copy, drawn 1:1 at the picture's place.
-TEST(CanvasItemPaint, ScaledCopyIsDrawnPixelForPixel)
-{
-    Stage stage(800, 600);
-    CountedCanvas counted(stage, PhotoFrame(1000, 700));
-    stage.Zoom(0.5);
-    const QImage screen = stage.Grab();
-    const QImage scaled = counted.canvas->GetPixmapView().toImage();
-    ASSERT_EQ(scaled.size(), QSize(500, 350));
-    const QPoint at = stage.view.mapFromScene(QPointF(0, 0));
-    EXPECT_EQ(Support::MaxChannelDifference(screen.copy(QRect(at, scaled.size())), scaled), 0);
-}
-
-// A failed resize leaves nothing drawn for that frame, and the next paint tries again.
-TEST(CanvasItemPaint, FailedResizeDrawsNothingAndIsRetried)
-{
-    Stage stage(400, 300);
-    stage.view.setBackgroundBrush(Qt::black);
-    CountedCanvas counted(stage, Support::MakeSolidFrame(400, 300, Qt::white));
-    counted.counter->fail = true;
-    stage.Zoom(0.5);
-    const QImage failed = stage.Grab();
-    EXPECT_TRUE(counted.canvas->GetPixmapView().isNull());
-    EXPECT_FALSE(counted.canvas->GetFrameView());
-    const QPoint centre = stage.view.mapFromScene(QPointF(200, 150));
-    EXPECT_EQ(QColor(failed.pixel(centre)), QColor(Qt::black));
-    stage.Grab();
-    EXPECT_EQ(counted.counter->processed, 2);
-
-    counted.counter->fail = false;
-    const QImage drawn = stage.Grab();
-    EXPECT_EQ(QColor(drawn.pixel(centre)), QColor(Qt::white));
-    stage.Grab();
-    EXPECT_EQ(counted.counter->processed, 3);
-}
-
-// A frame of another pixel format resets the resizer; one of the same format does not.
-TEST(CanvasItemFrame, NewFormatResetsTheResizer)
-{
-    Stage stage(200, 200);
-    CountedCanvas counted(stage, Support::MakeSolidFrame(20, 20, Qt::red));
-    Proc::DataVideoPtr deep = Proc::CreateDataVideo(Conf::FrameInfo {20, 20, 1.0}, Proc::PIX_FMT_RGBA64);
-    std::memset(deep->GetMutableData(), 0xff, std::size_t(deep->GetStride()) * 20);
-    const Proc::DataVideoPtr sequence[] = {Support::MakeSolidFrame(20, 20, Qt::green), deep,
-                                           Proc::CloneDataVideo(*deep), Support::MakeSolidFrame(20, 20, Qt::blue)};
-    const int expectedResets[] = {0, 1, 1, 2};
-    for (int i = 0; i < 4; ++i) {
-        counted.Show(sequence[i]);
-        EXPECT_EQ(counted.counter->resets, expectedResets[i]) << i;
-    }
-}
-
-TEST(CanvasItemFrame, NullFrameLeavesThePicture)
-{
-    Stage stage(200, 200);
-    CountedCanvas counted(stage, Support::MakeSolidFrame(30, 20, Qt::red));
-    const Proc::DataVideoPtr shown = counted.canvas->GetFrame();
-    const qint64 pixmapKey = counted.canvas->pixmap().cacheKey();
-
-    counted.canvas->HandleFrameTemporary(Event::DrawerEventFrameTemporary("", "", 0, nullptr));
-    // The forwarder runs what is queued for this thread at the next pass of the event loop.
-    QCoreApplication::processEvents();
-    EXPECT_TRUE(counted.canvas->GetFrame() == shown);
-    EXPECT_EQ(counted.canvas->pixmap().cacheKey(), pixmapKey);
-    EXPECT_EQ(QColor(stage.Grab().pixel(stage.view.mapFromScene(QPointF(15, 10)))), QColor(Qt::red));
+    EXPECT_EQ(stage.At(stage.Grab(), {200, 150}), QColor(Qt::black));
+    stage.canvas->GetResizer() = resizer;
+    EXPECT_EQ(stage.At(stage.Grab(), {200, 150}), QColor(Qt::white));
 }
 
 // The scene rectangle follows the frame only for a visible item in a scene that has a view.
 TEST(CanvasItemSceneRect, FollowsTheFrameOnlyWhenVisibleAndViewed)
 {
-    Util::ImageUtils utils;
-    QGraphicsScene unseen(0, 0, 10, 10);
-    auto* alone = new CanvasItem(utils, Support::MakeSolidFrame(10, 10, Qt::red), nullptr);
-    unseen.addItem(alone);
-    const Proc::DataVideoPtr big = Support::MakeSolidFrame(300, 200, Qt::red);
-    alone->HandleFrameTemporary(Event::DrawerEventFrameTemporary("", "", 0, big));
-    QTRY_VERIFY(alone->GetFrame() == big);
-    EXPECT_EQ(unseen.sceneRect(), QRectF(0, 0, 10, 10)) << "scene without a view";
+    Stage stage(Support::MakeSolidFrame(10, 10, Qt::red));
+    stage.own.setSceneRect(0, 0, 10, 10);
+    stage.setScene(nullptr);
+    Show(stage.canvas, Support::MakeSolidFrame(300, 200, Qt::red));
+    EXPECT_EQ(stage.own.sceneRect(), QRectF(0, 0, 10, 10)) << "scene without a view";
 
-    Stage stage(400, 300);
-    stage.scene.setSceneRect(0, 0, 10, 10);
-    CountedCanvas counted(stage, Support::MakeSolidFrame(10, 10, Qt::red));
-    counted.canvas->hide();
-    counted.Show(Support::MakeSolidFrame(500, 400, Qt::red));
-    EXPECT_EQ(stage.scene.sceneRect(), QRectF(0, 0, 10, 10)) << "hidden item";
+    stage.setScene(&stage.own);
+    stage.canvas->hide();
+    Show(stage.canvas, Support::MakeSolidFrame(500, 400, Qt::red));
+    EXPECT_EQ(stage.own.sceneRect(), QRectF(0, 0, 10, 10)) << "hidden item";
 
-    counted.canvas->show();
-    counted.Show(Support::MakeSolidFrame(500, 400, Qt::green));
-    EXPECT_EQ(stage.scene.sceneRect(), QRectF(0, 0, 500, 400));
-    const QPointF centre = stage.view.mapToScene(stage.view.viewport()->rect().center());
-    EXPECT_LE((centre - QPointF(250, 200)).manhattanLength(), 2.0) << "the view is centred on the picture";
-
-    counted.canvas->SetAdaptSceneToFrameChange(false);
-    counted.Show(Support::MakeSolidFrame(60, 60, Qt::blue));
-    EXPECT_EQ(stage.scene.sceneRect(), QRectF(0, 0, 500, 400)) << "adaptation switched off";
+    stage.canvas->show();
+    Show(stage.canvas, Support::MakeSolidFrame(500, 400, Qt::green));
+    EXPECT_EQ(stage.own.sceneRect(), QRectF(0, 0, 500, 400));
+    // The view is centred on the picture.
+    EXPECT_LE((stage.mapToScene(stage.viewport()->rect().center()) - QPointF(250, 200)).manhattanLength(), 2.0);
 }
 
-// With a real core: final frames, the RESET_FRAME and SHOW_IMAGE_WITH_MASK messages, and the
-// registration that lasts exactly as long as the canvas.
-class CanvasItemWithCore : public ::testing::Test {
-protected:
-    Support::TestController controller {Support::MakeTestImage(240, 160)};
-    Support::ConnectorProbe probe;
-};
-
-TEST_F(CanvasItemWithCore, FollowsTheDrawerAndItsMessages)
-{
-    auto canvas = std::make_unique<CanvasItem>(controller.GetImageUtils(), &controller, nullptr);
-    EXPECT_TRUE(canvas->GetFrame() == controller.Core().GetVideoWithMask());
-    ASSERT_EQ(controller.Drawers().GetHandlers().size(), std::size_t(1));
-
-    using Util::ObjectsConnector;
-    ObjectsConnector::registerEmitter(LumindraInt::IObjectsConnectorID::RESET_FRAME, &probe,
-                                      QStringLiteral("2resetFrame()"));
-    ObjectsConnector::registerEmitter(LumindraInt::IObjectsConnectorID::SHOW_IMAGE_WITH_MASK, &probe,
-                                      QStringLiteral("2showImageWithMask(bool,bool)"));
-
-    // The core renders an edit; until its event reaches the UI thread the canvas shows the old
-    // frame, and a reset shows the new one at once.
-    const Proc::DataVideoPtr before = canvas->GetFrame();
-    controller.ApplyAndWait(Proc::SettingsRotate(1));
-    ASSERT_FALSE(controller.Core().GetVideoWithMask() == before);
-    EXPECT_TRUE(canvas->GetFrame() == before);
-    emit probe.resetFrame();
-    EXPECT_TRUE(canvas->GetFrame() == controller.Core().GetVideoWithMask());
-    EXPECT_EQ(canvas->pixmap().width(), 160) << "turned a quarter";
-
-    // The same mask mode asks nothing of the drawer, even forced; a new mode without force
-    // waits for the next frame; a forced change reads the drawer at once.
-    const Proc::DataVideoPtr shown = canvas->GetFrame();
-    controller.ApplyAndWait(Proc::SettingsFlip(true));
-    emit probe.showImageWithMask(true, true);
-    EXPECT_TRUE(canvas->GetFrame() == shown);
-    emit probe.showImageWithMask(false, false);
-    EXPECT_TRUE(canvas->GetFrame() == shown);
-    emit probe.showImageWithMask(true, true);
-    EXPECT_TRUE(canvas->GetFrame() == controller.Core().GetVideoWithMask());
-
-    // Final frames reach the canvas through the drawer events on their own.
-    controller.ApplyAndWait(Proc::SettingsRotate(1));
-    QTRY_VERIFY(canvas->GetFrame() == controller.Core().GetVideoWithMask());
-    EXPECT_EQ(canvas->pixmap().width(), 240);
-
-    canvas.reset();
-    EXPECT_TRUE(controller.Drawers().GetHandlers().empty());
-}
-
-// Every temporary frame of an interactive edit is shown, one after the other.
-TEST_F(CanvasItemWithCore, ShowsEveryTemporaryFrame)
+// With a real core: every temporary frame of an interactive edit is shown, one after the other,
+// then the final frame of an edit; the canvas listens to the drawer exactly while it lives.
+TEST(CanvasItemWithCore, ShowsEveryTemporaryFrameThenTheFinalOne)
 {
     class Watching : public CanvasItem {
     public:
@@ -299,54 +142,25 @@ TEST_F(CanvasItemWithCore, ShowsEveryTemporaryFrame)
             shownAsGiven.push_back(e.frame && GetFrame() == e.frame);
         }
     };
-    Watching canvas(controller.GetImageUtils(), &controller, nullptr);
+    Support::TestController controller(Support::MakeTestImage(240, 160));
+    auto& drawers = dynamic_cast<PhotoCore::DrawerEventForwarder&>(*controller.controller);
+    const std::size_t handlers = drawers.GetHandlers().size();
+    auto canvas = std::make_unique<Watching>(kUtils, controller.controller.get(), nullptr);
     for (double exposure : {0.5, 1.0, 1.5}) {
         Proc::SettingsAdjust adjust;
         adjust.exposure = exposure;
         controller.Core().PreviewEffect(Proc::EffectSettingsImpl::Create(adjust));
-        ASSERT_TRUE(controller.Core().WaitForIdle(60000));
+        ASSERT_TRUE(controller.Core().WaitForIdle(Support::kDefaultWaitMs));
     }
-    QTRY_VERIFY(canvas.shownAsGiven.size() >= 3);
-    for (bool shown : canvas.shownAsGiven)
-        EXPECT_TRUE(shown);
+    ASSERT_TRUE(Support::WaitUntil([&] { return canvas->shownAsGiven.size() >= 3; }));
+    EXPECT_EQ(canvas->shownAsGiven, std::vector<bool>(canvas->shownAsGiven.size(), true));
+
     controller.Core().CancelPreview();
-    controller.Core().WaitForIdle(60000);
-}
-
-// The transformable variant: its own scale and rotation count, and the rotation is kept.
-TEST(TransformableCanvasItem, ResizesForItsOwnScaleAndKeepsRotation)
-{
-    QImage halves(400, 200, QImage::Format_RGB32);
-    halves.fill(Qt::red);
-    for (int row = 0; row < 200; ++row)
-        for (int col = 200; col < 400; ++col)
-            halves.setPixel(col, row, qRgb(0, 0, 255));
-
-    Stage stage(600, 600);
-    stage.scene.setSceneRect(-300, -300, 600, 600);
-    Util::ImageUtils utils;
-    auto* item = new TransformableCanvasItem(utils, PhotoUtil::ImageUtils::ImageToFrame(halves), nullptr);
-    auto* counter = new Support::CountingResizer(item->GetResizer());
-    item->GetResizer() = counter;
-    stage.scene.addItem(item);
-    item->setRotation(90);
-    stage.view.centerOn(0, 0);
-
-    stage.Grab();
-    EXPECT_EQ(counter->processed, 0) << "rotated only: drawn as it is";
-
-    item->setScale(0.5);
-    const QImage screen = stage.Grab();
-    EXPECT_EQ(counter->processed, 1);
-    EXPECT_EQ(item->GetPixmapView().size(), QSize(200, 100));
-    // Turned a quarter clockwise: the left (red) half is now on top, the blue one below.
-    const QPoint top = stage.view.mapFromScene(item->mapToScene(QPointF(100, 100)));
-    const QPoint bottom = stage.view.mapFromScene(item->mapToScene(QPointF(300, 100)));
-    EXPECT_LT(top.y(), bottom.y());
-    EXPECT_EQ(QColor(screen.pixel(top)), QColor(Qt::red));
-    EXPECT_EQ(QColor(screen.pixel(bottom)), QColor(Qt::blue));
-    stage.Grab();
-    EXPECT_EQ(counter->processed, 1);
+    controller.Core().ApplyEffect(Proc::EffectSettingsImpl::Create(Proc::SettingsRotate(1)));
+    ASSERT_TRUE(controller.Core().WaitForIdle(Support::kDefaultWaitMs));
+    EXPECT_TRUE(Support::WaitUntil([&] { return canvas->GetFrame() == controller.Core().GetVideoWithMask(); }));
+    canvas.reset();
+    EXPECT_EQ(drawers.GetHandlers().size(), handlers);
 }
 
 } // namespace
