@@ -8,6 +8,8 @@ pkg_check_modules(VIPS REQUIRED IMPORTED_TARGET vips-cpp>=8.14)
 pkg_check_modules(EXIV2 REQUIRED IMPORTED_TARGET exiv2>=0.27)
 find_package(glog 0.6 REQUIRED)
 find_package(Boost 1.74 REQUIRED)
+# property_tree's JSON parser includes the old bind header, which warns on every file otherwise.
+add_compile_definitions(BOOST_BIND_GLOBAL_PLACEHOLDERS)
 find_package(Threads REQUIRED)
 
 if(LUMINDRA_BUILD_TESTS)
