@@ -72,7 +72,7 @@ inline Proc::DataVideoPtr MakeFlatFrame(int format, int width, int height, const
 inline Proc::DataVideoPtr MakeNoiseFrame(int format, int width, int height, bool transparent = false)
 {
     return MakeFrame(format, width, height, [&](int x, int y) {
-        const unsigned h = unsigned(x * 73856093) ^ unsigned(y * 19349663);
+        const unsigned h = (unsigned(x) * 73856093u) ^ (unsigned(y) * 19349663u);
         const int max = MaxValue(format), green = int((h >> 8) % 241) * max / 240;
         return Rgba {int(h % 251) * max / 250, green, int((h >> 16) % 239) * max / 238, transparent ? green : max};
     });
