@@ -10,6 +10,7 @@ namespace Quelto::Lumindra::App {
 
 namespace {
 constexpr int kKeyboardCommitDelayMs = 500; // a burst of arrow-key steps becomes one undo step
+constexpr int kSliderMinWidth = 220;        // about a pixel per step of exposure: fine control
 }
 
 AdjustPanel::AdjustPanel(PreviewFn preview, ApplyFn apply, QWidget* parent)
@@ -39,6 +40,7 @@ QSlider* AdjustPanel::AddSlider(const QString& name, int min, int max, QLabel*& 
     slider->setObjectName(name);
     slider->setRange(min, max);
     slider->setValue(0);
+    slider->setMinimumWidth(kSliderMinWidth);
     valueLabel = new QLabel(QStringLiteral("0"), this);
     valueLabel->setMinimumWidth(fontMetrics().horizontalAdvance(QStringLiteral("-3.00")));
     connect(slider, &QSlider::valueChanged, this, &AdjustPanel::OnValueChanged);
