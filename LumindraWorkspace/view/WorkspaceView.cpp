@@ -323,31 +323,30 @@ void WorkspaceView::CheckDragModeForEnabled(bool showTip)
         const QRectF rect = sceneRect();
         const QTransform matrix = transform();
 
+        // Switches one scroll bar when its policy must change. The viewport then resizes at once
+        // and brings us back here through resizeEvent; that nested call finishes the work and
+        // needs to know whether a zoom started it. A hidden viewport resizes only when shown:
+        // the work is finished here instead. True when a policy was changed.
+        auto switchPolicy = [&](Qt::ScrollBarPolicy current, Qt::ScrollBarPolicy wanted,
+                                void (QAbstractScrollArea::*set)(Qt::ScrollBarPolicy)) {
+            if (current == wanted)
+                return false;
+            pendingDragTipRequest = tip;
+            const int checksBefore = dragModeChecks;
+            (this->*set)(wanted);
+            if (dragModeChecks == checksBefore)
+                CheckDragModeForEnabled(tip);
+            pendingDragTipRequest = false;
+            return true;
+        };
         const bool wide = std::trunc(rect.width() * matrix.m11()) > viewport()->width();
-        const Qt::ScrollBarPolicy horizontal = wide ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff;
-        if (horizontalScrollBarPolicy() != horizontal) {
-            // The viewport resizes at once and brings us back here through resizeEvent; that
-            // nested call finishes the work and needs to know whether a zoom started it.
-            pendingDragTipRequest = tip;
-            const int checksBefore = dragModeChecks;
-            setHorizontalScrollBarPolicy(horizontal);
-            // A hidden viewport resizes only when it is shown: finish here instead.
-            if (dragModeChecks == checksBefore)
-                CheckDragModeForEnabled(tip);
-            pendingDragTipRequest = false;
+        if (switchPolicy(horizontalScrollBarPolicy(), wide ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff,
+                         &QAbstractScrollArea::setHorizontalScrollBarPolicy))
             return;
-        }
         const bool tall = std::trunc(rect.height() * matrix.m22()) > viewport()->height();
-        const Qt::ScrollBarPolicy vertical = tall ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff;
-        if (verticalScrollBarPolicy() != vertical) {
-            pendingDragTipRequest = tip;
-            const int checksBefore = dragModeChecks;
-            setVerticalScrollBarPolicy(vertical);
-            if (dragModeChecks == checksBefore)
-                CheckDragModeForEnabled(tip);
-            pendingDragTipRequest = false;
+        if (switchPolicy(verticalScrollBarPolicy(), tall ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff,
+                         &QAbstractScrollArea::setVerticalScrollBarPolicy))
             return;
-        }
         const bool available = wide || tall;
         if (available != dragModeAvailable) {
             dragModeAvailable = available;
