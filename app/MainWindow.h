@@ -6,6 +6,7 @@
 
 #include <QMainWindow>
 #include <QPixmap>
+#include <QRectF>
 
 #include "FolderNavigator.h"
 #include "LumindraWorkspace/IDragAndDrop.h"
@@ -40,7 +41,9 @@ class MainWindow : public QMainWindow,
     Q_OBJECT
 public:
     // Zoom limits and the step of one wheel notch, pinch update or zoom key, in percent.
-    static constexpr double kMinZoomPercent = 10.0;
+    // The lower limit lets a long panorama fit a small window: a fit that the limit holds back
+    // leaves the picture overflowing the window with no scroll bars to reach its ends.
+    static constexpr double kMinZoomPercent = 1.0;
     static constexpr double kMaxZoomPercent = 1600.0;
     static constexpr double kZoomStepPercent = 15.0;
 
@@ -96,6 +99,8 @@ private:
     void ApplyEdit(const Proc::SettingsBase& settings);
     void PreviewEdit(const Proc::SettingsBase& settings);
     void StartCrop();
+    // Crops to `relative` (fractions of the picture shown) in full-resolution pixels.
+    void ApplyCrop(const QRectF& relative);
     void EndCrop();
     void UpdateActions();
     void UpdateStatus();
@@ -107,6 +112,7 @@ private:
     AdjustPanel* adjust_ = nullptr;
     CoreEventRelay* relay_ = nullptr;
     std::unique_ptr<CropTool> crop_;
+    QRectF pendingCrop_; // a crop chosen on the preview, applied when the full frame arrives
     std::weak_ptr<IWorkspaceController> controller_;
     FolderNavigator folder_;
     int lastDirection_ = 0;

@@ -68,7 +68,7 @@ WorkspaceView::WorkspaceView(QWidget* parent)
     // The workspace runs edge to edge; without a frame the view's and the viewport's
     // coordinates coincide, which the cursor anchor of a zoom relies on.
     setFrameShape(QFrame::NoFrame);
-    SetScrollBarPolicies(Qt::ScrollBarAlwaysOff);
+    SetScrollBarPolicies(Qt::ScrollBarAlwaysOff, Qt::ScrollBarAlwaysOff);
     horizontalScrollBar()->installEventFilter(this);
     verticalScrollBar()->installEventFilter(this);
 
@@ -123,14 +123,17 @@ void WorkspaceView::ScaleToFit(bool enable)
         fitToView = false;
         return;
     }
+    QScopedValueRollback<bool> fitting(fittingInProgress, true);
     scrollBarsLocked = true;
     // The whole widget is the viewport while fitting.
-    SetScrollBarPolicies(Qt::ScrollBarAlwaysOff);
+    SetScrollBarPolicies(Qt::ScrollBarAlwaysOff, Qt::ScrollBarAlwaysOff);
     const QRectF rect = sceneRect();
     if (rect.width() > 0 && rect.height() > 0) {
         const double rw = viewport()->width() / rect.width();
         const double rh = viewport()->height() / rect.height();
         static_cast<IScalableView*>(this)->ScaleToPercent(std::min(rw, rh) * 100.0);
+        // A fit held back by the lower zoom limit overflows the viewport: show its middle.
+        centerOn(rect.center());
     } else {
         VLOG(30) << "Fit to view with an empty scene: the zoom stays until the picture arrives";
     }
@@ -317,45 +320,45 @@ double WorkspaceView::ConvertPercentToScaleFactor(double percent) const
 
 void WorkspaceView::CheckDragModeForEnabled(bool showTip)
 {
-    ++dragModeChecks;
     if (scene() && !scrollBarsLocked) {
+        // A fitted picture needs no scroll bars. Turning one on here would shrink the viewport,
+        // the resize would refit and turn it off again, and so on: a frame of a new size (the
+        // full frame after the preview) is refitted instead.
+        if (fitToView && !scalingInProgress) {
+            pendingDragTipRequest = false;
+            if (!fittingInProgress)
+                ScaleToFit(true);
+            return;
+        }
         const bool tip = showTip || pendingDragTipRequest;
         const QRectF rect = sceneRect();
         const QTransform matrix = transform();
-
-        // Switches one scroll bar when its policy must change. The viewport then resizes at once
-        // and brings us back here through resizeEvent; that nested call finishes the work and
-        // needs to know whether a zoom started it. A hidden viewport resizes only when shown:
-        // the work is finished here instead. True when a policy was changed.
-        auto switchPolicy = [&](Qt::ScrollBarPolicy current, Qt::ScrollBarPolicy wanted,
-                                void (QAbstractScrollArea::*set)(Qt::ScrollBarPolicy)) {
-            if (current == wanted)
-                return false;
-            pendingDragTipRequest = tip;
-            const int checksBefore = dragModeChecks;
-            (this->*set)(wanted);
-            if (dragModeChecks == checksBefore)
-                CheckDragModeForEnabled(tip);
-            pendingDragTipRequest = false;
-            return true;
-        };
         const bool wide = std::trunc(rect.width() * matrix.m11()) > viewport()->width();
-        if (switchPolicy(horizontalScrollBarPolicy(), wide ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff,
-                         &QAbstractScrollArea::setHorizontalScrollBarPolicy))
-            return;
         const bool tall = std::trunc(rect.height() * matrix.m22()) > viewport()->height();
-        if (switchPolicy(verticalScrollBarPolicy(), tall ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff,
-                         &QAbstractScrollArea::setVerticalScrollBarPolicy))
-            return;
-        const bool available = wide || tall;
-        if (available != dragModeAvailable) {
-            dragModeAvailable = available;
-            // Listeners of enableDragMode see the tip enabled only for a change a zoom caused.
-            const bool tipEnabled = dragTip->IsEnabled();
-            EnableDragTip(tipEnabled && tip);
-            if (emitter)
-                emit emitter->enableDragMode(available);
-            EnableDragTip(tipEnabled);
+
+        // One policy at a time on a visible view: its viewport resizes at once and brings us
+        // back here through resizeEvent with the new size, and that nested call finishes the
+        // work. A hidden viewport does not resize until shown, so this call finishes it.
+        const Qt::ScrollBarPolicy horizontal = wide ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff;
+        const Qt::ScrollBarPolicy vertical = tall ? Qt::ScrollBarAlwaysOn : Qt::ScrollBarAlwaysOff;
+        if (isVisible() && horizontalScrollBarPolicy() != horizontal) {
+            pendingDragTipRequest = tip;
+            setHorizontalScrollBarPolicy(horizontal);
+        } else if (isVisible() && verticalScrollBarPolicy() != vertical) {
+            pendingDragTipRequest = tip;
+            setVerticalScrollBarPolicy(vertical);
+        } else {
+            SetScrollBarPolicies(horizontal, vertical);
+            const bool available = wide || tall;
+            if (available != dragModeAvailable) {
+                dragModeAvailable = available;
+                // Listeners of enableDragMode see the tip enabled only for a change a zoom caused.
+                const bool tipEnabled = dragTip->IsEnabled();
+                EnableDragTip(tipEnabled && tip);
+                if (emitter)
+                    emit emitter->enableDragMode(available);
+                EnableDragTip(tipEnabled);
+            }
         }
     }
     pendingDragTipRequest = false;
@@ -385,10 +388,13 @@ bool WorkspaceView::HandleGesture(QGestureEvent* event)
     return true;
 }
 
-void WorkspaceView::SetScrollBarPolicies(Qt::ScrollBarPolicy policy)
+void WorkspaceView::SetScrollBarPolicies(Qt::ScrollBarPolicy horizontal, Qt::ScrollBarPolicy vertical)
 {
-    setHorizontalScrollBarPolicy(policy);
-    setVerticalScrollBarPolicy(policy);
+    // Qt lays the children out again on every call, even for the policy already set.
+    if (horizontalScrollBarPolicy() != horizontal)
+        setHorizontalScrollBarPolicy(horizontal);
+    if (verticalScrollBarPolicy() != vertical)
+        setVerticalScrollBarPolicy(vertical);
 }
 
 // ---- host glue --------------------------------------------------------------------------------
@@ -466,7 +472,7 @@ void WorkspaceView::OnGuideWidgetActivated(bool active)
 {
     if (active) {
         scrollBarsLocked = true;
-        SetScrollBarPolicies(Qt::ScrollBarAlwaysOff);
+        SetScrollBarPolicies(Qt::ScrollBarAlwaysOff, Qt::ScrollBarAlwaysOff);
     } else {
         scrollBarsLocked = false;
         CheckDragModeForEnabled(false);
@@ -514,7 +520,9 @@ void WorkspaceView::resizeEvent(QResizeEvent* event)
     QGraphicsView::resizeEvent(event);
     if (emitter)
         emit emitter->viewResized();
-    if (!scalingInProgress && fitToView) {
+    if (fittingInProgress) {
+        // The fit in progress measures the viewport after its own scroll-bar change.
+    } else if (!scalingInProgress && fitToView) {
         // A refit never shows the drag tip.
         const bool tipEnabled = dragTip->IsEnabled();
         EnableDragTip(false);

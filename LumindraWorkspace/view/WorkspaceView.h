@@ -138,7 +138,7 @@ private:
     bool ToolTakesInput() const;
     bool HandleNavigationKey(QKeyEvent* event);
     void SendSyntheticLeftButton(QEvent::Type type);
-    void SetScrollBarPolicies(Qt::ScrollBarPolicy policy);
+    void SetScrollBarPolicies(Qt::ScrollBarPolicy horizontal, Qt::ScrollBarPolicy vertical);
 
     // Zoom state; read by the host only through IScalableView.
     double scaleStep = 0.0;
@@ -148,9 +148,9 @@ private:
     bool scrollBarsLocked = false;
     bool fitToView = false;
     bool scalingInProgress = false;
-    // Counts CheckDragModeForEnabled calls, to tell whether a scroll-bar change came back
-    // through a resize.
-    int dragModeChecks = 0;
+    // Set while ScaleToFit runs: the resizes its own scroll-bar change causes must not start
+    // another fit inside it, which re-enters Qt's scroll-area layout without bound.
+    bool fittingInProgress = false;
     QPointer<ScalableViewEmitter> emitter;
     ToolTipManager* toolTips = nullptr;
     DragTipController* dragTip = nullptr;
