@@ -25,13 +25,15 @@ CropTool::~CropTool()
     view_.viewport()->unsetCursor();
 }
 
-QPointF CropTool::ToPicture(const QPoint& viewPos) const
+QPointF CropTool::ToRelative(const QPoint& viewPos) const
 {
-    const QPointF p = view_.mapToScene(viewPos);
-    return QPointF(qBound(picture_.left(), p.x(), picture_.right()), qBound(picture_.top(), p.y(), picture_.bottom()));
+    if (picture_.isEmpty())
+        return QPointF();
+    const QPointF p = view_.mapToScene(viewPos) - picture_.topLeft();
+    return QPointF(qBound(0.0, p.x() / picture_.width(), 1.0), qBound(0.0, p.y() / picture_.height(), 1.0));
 }
 
-void CropTool::UpdateItem(const QPointF& to)
+void CropTool::UpdateItem()
 {
     if (!item_) {
         item_ = new QGraphicsRectItem;
@@ -45,7 +47,16 @@ void CropTool::UpdateItem(const QPointF& to)
         if (view_.scene())
             view_.scene()->addItem(item_);
     }
-    item_->setRect(QRectF(anchor_, to).normalized());
+    const QRectF relative = GetRelativeSelection();
+    item_->setRect(QRectF(picture_.x() + relative.x() * picture_.width(), picture_.y() + relative.y() * picture_.height(),
+                          relative.width() * picture_.width(), relative.height() * picture_.height()));
+}
+
+void CropTool::SetPicture(const QRectF& picture)
+{
+    picture_ = picture;
+    if (item_)
+        UpdateItem();
 }
 
 QRect CropTool::GetSelection() const
@@ -55,11 +66,26 @@ QRect CropTool::GetSelection() const
     return item_->rect().toAlignedRect().intersected(picture_.toAlignedRect());
 }
 
+QRectF CropTool::GetRelativeSelection() const
+{
+    if (!item_)
+        return QRectF();
+    return QRectF(anchor_, corner_).normalized();
+}
+
+QRect CropTool::ToPixels(const QRectF& relative, const QSize& size)
+{
+    const QPoint topLeft(qRound(relative.left() * size.width()), qRound(relative.top() * size.height()));
+    const QPoint bottomRight(qRound(relative.right() * size.width()), qRound(relative.bottom() * size.height()));
+    return QRect(topLeft, QSize(bottomRight.x() - topLeft.x(), bottomRight.y() - topLeft.y()))
+        .intersected(QRect(QPoint(0, 0), size));
+}
+
 bool CropTool::KeyPress(QKeyEvent* event)
 {
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
-        const QRect selection = GetSelection();
-        if (selection.width() > 0 && selection.height() > 0)
+        const QRectF selection = GetRelativeSelection();
+        if (!selection.isEmpty())
             apply_(selection);
         finished_();
         return true;
@@ -81,9 +107,9 @@ bool CropTool::MousePress(QMouseEvent* event)
 {
     if (event->button() != Qt::LeftButton)
         return false;
-    anchor_ = ToPicture(event->pos());
+    anchor_ = corner_ = ToRelative(event->pos());
     dragging_ = true;
-    UpdateItem(anchor_);
+    UpdateItem();
     return true;
 }
 
@@ -91,7 +117,8 @@ bool CropTool::MouseMove(QMouseEvent* event)
 {
     if (!dragging_)
         return false;
-    UpdateItem(ToPicture(event->pos()));
+    corner_ = ToRelative(event->pos());
+    UpdateItem();
     return true;
 }
 
@@ -100,7 +127,8 @@ bool CropTool::MouseRelease(QMouseEvent* event)
     if (!dragging_ || event->button() != Qt::LeftButton)
         return false;
     dragging_ = false;
-    UpdateItem(ToPicture(event->pos()));
+    corner_ = ToRelative(event->pos());
+    UpdateItem();
     return true;
 }
 

@@ -1,5 +1,7 @@
 #include "MainWindow.h"
 
+#include <utility>
+
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
@@ -73,6 +75,8 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
     WorkspaceControllerHelper::Initializer init;
     init.statistics = std::make_shared<StatisticsEventHandler>();
     init.parent = this;
+    // The provider's worker preloads the neighbours that the folder stepping asks for.
+    init.providerFlag = true;
     helper_ = new WorkspaceControllerHelper(init);
 
     view_ = new WorkspaceView(this);
@@ -250,6 +254,7 @@ bool MainWindow::CanResetWorkspaceController()
 void MainWindow::SetWorkspaceController(const std::weak_ptr<IWorkspaceController>& controller)
 {
     EndCrop();
+    pendingCrop_ = QRectF();
     if (auto old = controller_.lock())
         old->UnregisterCoreEventHandler(relay_);
     controller_ = controller;
@@ -303,8 +308,11 @@ void MainWindow::OnLoaded(int stage)
         return;
     loadingFull_ = false;
     progress_->setVisible(false);
+    const QRectF crop = std::exchange(pendingCrop_, QRectF());
     if (stage == Loaded::LOAD_FAILED)
         statusBar()->showMessage(tr("The full picture could not be read; showing the preview"), 10000);
+    else if (!crop.isEmpty())
+        ApplyCrop(crop);
     UpdateStatus();
     // The canvas takes the full frame from its own queue, posted before this event: check after it.
     QTimer::singleShot(0, this, [this] {
@@ -315,9 +323,12 @@ void MainWindow::OnLoaded(int stage)
 
 void MainWindow::OnSceneRectChanged()
 {
-    // The preview and the full frame differ in size; a picture shown to fit keeps fitting.
+    // The preview and the full frame differ in size; a picture shown to fit keeps fitting, and
+    // a crop being drawn stays on the same part of the photo.
     if (view_->IsFitToView())
         view_->ScaleToFit(true);
+    if (crop_ && view_->scene())
+        crop_->SetPicture(view_->scene()->sceneRect());
     UpdateStatus();
 }
 
@@ -452,11 +463,31 @@ void MainWindow::StartCrop()
         return;
     const QRectF picture = controller->GetScene()->sceneRect();
     crop_ = std::make_unique<CropTool>(
-        *view_, picture, [this](const QRect& r) { ApplyEdit(Proc::SettingsCrop(r.x(), r.y(), r.width(), r.height())); },
+        *view_, picture, [this](const QRectF& relative) { ApplyCrop(relative); },
         // The tool calls this from its own handler: end it once that handler has returned.
         [this] { QTimer::singleShot(0, this, [this] { EndCrop(); }); });
     view_->SetDrawingTool(crop_.get());
     statusBar()->showMessage(tr("Drag over the picture, then press Enter to crop or Escape to cancel"));
+}
+
+void MainWindow::ApplyCrop(const QRectF& relative)
+{
+    const auto controller = controller_.lock();
+    const PhotoCore::IPhotoCore* core = CoreOf(controller);
+    if (!core)
+        return;
+    // The crop is cut from the full-resolution frame. While only the preview exists its size is
+    // not known yet (a picture above the pixel limit is reduced as it decodes): the crop waits
+    // for the full frame, and the core's edit queue keeps every later edit after it.
+    if (!core->GetProcessing().IsFullFrameReady()) {
+        pendingCrop_ = relative;
+        statusBar()->showMessage(tr("Cropping as soon as the full picture is loaded"), 5000);
+        return;
+    }
+    const Conf::FrameInfo& info = controller->GetFrameInfo().GetFrameInfo();
+    const QRect r = CropTool::ToPixels(relative, QSize(info.width, info.height));
+    if (r.width() > 0 && r.height() > 0)
+        ApplyEdit(Proc::SettingsCrop(r.x(), r.y(), r.width(), r.height()));
 }
 
 void MainWindow::EndCrop()
