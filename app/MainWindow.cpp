@@ -170,6 +170,8 @@ void MainWindow::CreateActions()
         if (auto c = controller_.lock())
             c->GetUndoEngine()->Redo();
     }, true);
+    // Both common bindings, whatever the platform's own Redo key is.
+    redo_->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)});
     edit->addSeparator();
     add(edit, tr("&Paste Picture"), QKeySequence::Paste, [this] { Paste(); }, false);
 

@@ -58,7 +58,8 @@ public:
     std::shared_ptr<IWorkspaceController> GetController() const { return controller_.lock(); }
     // True once the open image's full-resolution frame is on the canvas.
     bool IsFullFrameShown() const;
-    // When set, no question is asked (screenshots, tests): unsaved edits are kept in the cache.
+    // When set, no question is asked (screenshots, tests): unsaved edits are discarded as if the
+    // person had agreed.
     void SetUnattended(bool unattended) { unattended_ = unattended; }
 
     // IWorkspaceWindow
