@@ -240,7 +240,7 @@ void WorkspaceController::UnregisterDrawerEventHandler(PhotoCore::IDrawerEventHa
 
 QString WorkspaceController::GetFileName()
 {
-    const std::string& name = core_->GetFrameSettings(-1).GetGeneral().GetFileName();
+    const std::string name = core_->GetFrameSettings(-1)->GetGeneral().GetFileName();
     return name.empty() ? inventedName_ : FromUtf8(name);
 }
 
@@ -271,7 +271,8 @@ const Util::ImageUtils& WorkspaceController::GetImageUtils() const
 
 const PhotoCore::SettingsCore& WorkspaceController::GetFrameInfo() const
 {
-    return core_->GetFrameSettings(-1);
+    frameInfo_ = core_->GetFrameSettings(-1);
+    return *frameInfo_;
 }
 
 Core::Property WorkspaceController::GetFileInfo()
@@ -424,7 +425,8 @@ void WorkspaceController::SendSaveStatistics(const SaveSettings::StatisticsSetti
     parameters[Stats::KEY_INPUT_FORMAT] =
         PhotoUtil::FormatHelper::GetFormatNameForExtension(QFileInfo(opened).suffix().toStdString());
 
-    const PhotoCore::SettingsCore& frame = core_->GetFrameSettings(-1);
+    const std::shared_ptr<const PhotoCore::SettingsCore> settings = core_->GetFrameSettings(-1);
+    const PhotoCore::SettingsCore& frame = *settings;
     parameters[Stats::KEY_RESOLUTION] = std::to_string(std::lround(frame.GetPassThrough().GetResolution()));
     parameters[Stats::KEY_SAVING_IMAGE_SAVING_TYPE] =
         statistics.fromSaveWindow != 0 ? Stats::VAL_SAVING_IMAGE_SAVING_TYPE_WINDOW : Stats::VAL_TYPE_OTHER;
@@ -497,21 +499,49 @@ QSizeF WorkspaceController::GetPreviewSize()
     return StyleProvider::StartPagePreviewSize() * GetMainWindowScreenPixelRatio();
 }
 
+QRectF WorkspaceController::PreviewPlacement(const QSizeF& size, const QSizeF& target)
+{
+    const double rh = size.height() / target.height();
+    const double rw = size.width() / target.width();
+    const double divisor = rw > rh ? rh : rw;
+    const double width = std::lround(size.width() / divisor);
+    const double height = std::lround(size.height() / divisor);
+    return QRectF(-static_cast<int>((width - target.width()) / 2), -static_cast<int>((height - target.height()) / 2),
+                  width, height);
+}
+
 QImage WorkspaceController::MakePreview(const QImage& snapshot, const QSizeF& target)
 {
     if (snapshot.isNull() || target.isEmpty())
         return QImage();
-    const double rh = snapshot.height() / target.height();
-    const double rw = snapshot.width() / target.width();
-    const double divisor = rw > rh ? rh : rw;
-    const int width = static_cast<int>(std::lround(snapshot.width() / divisor));
-    const int height = static_cast<int>(std::lround(snapshot.height() / divisor));
+    const QRectF placed = PreviewPlacement(snapshot.size(), target);
+    const int width = static_cast<int>(placed.width());
+    const int height = static_cast<int>(placed.height());
     const QImage scaled = width == snapshot.width() && height == snapshot.height()
                               ? snapshot
                               : snapshot.scaled(width, height, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    const QRect centre(static_cast<int>((width - target.width()) / 2), static_cast<int>((height - target.height()) / 2),
-                       static_cast<int>(target.width()), static_cast<int>(target.height()));
-    return scaled.copy(centre);
+    return scaled.copy(QRect(-static_cast<int>(placed.x()), -static_cast<int>(placed.y()),
+                             static_cast<int>(target.width()), static_cast<int>(target.height())));
+}
+
+QImage WorkspaceController::RenderPreview(const QSizeF& target)
+{
+    const QRectF sceneRect = scene_->sceneRect();
+    if (sceneRect.isEmpty() || target.isEmpty())
+        return QImage();
+    Q_EMIT renderingStarted(true);
+    QImage image(target.toSize(), QImage::Format_ARGB32);
+    try {
+        image.fill(QColor(QLatin1String(kSnapshotBackground)));
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
+        scene_->render(&painter, PreviewPlacement(sceneRect.size(), target), sceneRect, Qt::IgnoreAspectRatio);
+    } catch (...) {
+        Q_EMIT renderingStarted(false);
+        throw;
+    }
+    Q_EMIT renderingStarted(false);
+    return image;
 }
 
 void WorkspaceController::DoPreview()
@@ -520,7 +550,9 @@ void WorkspaceController::DoPreview()
         return;
     VLOG(30) << "Trying to prepare current session preview";
     try {
-        const QImage preview = MakePreview(GetSnapshot(), GetPreviewSize());
+        // Rendered at its own size: a full-size snapshot of a large picture would hold the
+        // window for the render, the smooth scaling and the memory.
+        const QImage preview = RenderPreview(GetPreviewSize());
         VLOG(30) << "Trying to save current session preview";
         const QString folder = FromUtf8(core_->GetIOEngine().GetSessionFolder().utf8string());
         QDir dir(folder);

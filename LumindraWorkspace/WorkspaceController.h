@@ -87,6 +87,7 @@ public:
     Proc::DataVideoPtr LoadSelection(const std::string& key, bool useOnly) override;
     void SaveSelection(const std::string& key, const Proc::DataVideoPtr& data) override;
     const Util::ImageUtils& GetImageUtils() const override;
+    // Valid until the next call.
     const PhotoCore::SettingsCore& GetFrameInfo() const override;
     QImage GetSnapshot() override;
     Core::Property GetFileInfo() override;
@@ -100,6 +101,9 @@ public:
 
     // The preview size of the session: the start page's preview size in device pixels.
     static QSizeF GetPreviewSize();
+    // Where a picture of `size` lands in a preview of `target`: scaled to cover it (keeping its
+    // aspect), centred. The rectangle is in preview pixels; the part outside is cropped.
+    static QRectF PreviewPlacement(const QSizeF& size, const QSizeF& target);
     // Scales `snapshot` to cover `target` (keeping its aspect) and crops the centre.
     static QImage MakePreview(const QImage& snapshot, const QSizeF& target);
 
@@ -124,10 +128,14 @@ private:
     void OnSessionTimer(bool& checkTempFolder);
     // Writes the session preview; logs and swallows every failure.
     void DoPreview();
+    // The scene rendered straight at the preview's size, as MakePreview(GetSnapshot()) would
+    // give it, without a full-size render.
+    QImage RenderPreview(const QSizeF& target);
     void OnSceneColorSet();
 
     Util::ImageUtils imageUtils_;
     PhotoCore::PhotoCorePtr core_;
+    mutable std::shared_ptr<const PhotoCore::SettingsCore> frameInfo_; // what GetFrameInfo last handed out
     // Owned; declared in the order of creation so that they die in reverse: the timer first,
     // then the metadata, the scene and the property helper, and the core's reference last.
     std::unique_ptr<WorkspaceScenePropertyHelper> propertyHelper_;

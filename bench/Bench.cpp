@@ -9,6 +9,9 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include "util/Settings.h"
+#include "util/SettingsManager.h"
+
 namespace Quelto::Lumindra::Bench {
 
 std::vector<Group>& Registry()
@@ -99,6 +102,31 @@ QString PhotoFolder24MP(int count)
     for (int i = 0; i < count; ++i)
         MakePhoto(folder + QStringLiteral("/photo-%1.jpg").arg(i, 3, 10, QLatin1Char('0')), i);
     return folder;
+}
+
+double DjpegMs(const QString& path, int runs)
+{
+    return MedianMs(runs, [&] {
+        if (QProcess::execute(QStringLiteral("djpeg"), {QStringLiteral("-outfile"), QStringLiteral("/dev/null"), path}) != 0) {
+            std::fprintf(stderr, "djpeg failed on %s\n", path.toUtf8().constData());
+            std::exit(1);
+        }
+    });
+}
+
+IsolatedSettings::IsolatedSettings(const QString& name, bool showLastSession) : savedTemp_(qgetenv("LUMINDRA_TEMP_DIR"))
+{
+    Util::SettingsManager::Instance().SetStoreFile(TempDir() + QLatin1Char('/') + name + QStringLiteral("-settings.ini"));
+    Util::SettingsManager::Instance().SetValue(Util::Settings::Name(Util::Settings::SHOW_LAST_SESSION), showLastSession);
+    qputenv("LUMINDRA_TEMP_DIR", (TempDir() + QStringLiteral("/sessions")).toUtf8());
+}
+
+IsolatedSettings::~IsolatedSettings()
+{
+    if (savedTemp_.isNull())
+        qunsetenv("LUMINDRA_TEMP_DIR");
+    else
+        qputenv("LUMINDRA_TEMP_DIR", savedTemp_);
 }
 
 } // namespace Quelto::Lumindra::Bench

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include <QByteArray>
 #include <QString>
 
 namespace Quelto::Lumindra::Bench {
@@ -43,5 +44,22 @@ QString PhotoFolder24MP(int count);
 QString TestDataDir();
 // The run's temporary folder.
 QString TempDir();
+
+// Median time of libjpeg-turbo's own command-line full decode of `path` (to /dev/null), the
+// reference the opening and stall figures are divided by. Exits the run when djpeg fails.
+double DjpegMs(const QString& path, int runs = 9);
+
+// For the life of the object the settings store and the cores' session folders live in the
+// run's temporary folder, not the user's home, and the session preview is `showLastSession`.
+class IsolatedSettings {
+public:
+    IsolatedSettings(const QString& name, bool showLastSession = false);
+    ~IsolatedSettings();
+    IsolatedSettings(const IsolatedSettings&) = delete;
+    IsolatedSettings& operator=(const IsolatedSettings&) = delete;
+
+private:
+    QByteArray savedTemp_;
+};
 
 } // namespace Quelto::Lumindra::Bench

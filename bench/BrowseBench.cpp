@@ -6,6 +6,9 @@
 //   Median of several steps each; both medians are printed too.
 //   A cold open competes with the worker starting on the new picture's neighbours, as it does
 //   for a person.
+// browse_ui_stall_vs_djpeg: the longest time the window could not react (a 1 ms heartbeat timer
+//   on the UI thread) while stepping through 30 photographs forward and back, divided by
+//   libjpeg-turbo's full decode of one of them.
 // browse_peak_rss_vs_bound: peak resident memory (VmHWM) while stepping forward through the
 //   whole folder and back, divided by the cache bound plus two full-resolution frames, which the
 //   cache does not count: the open picture's own and the canvas's copy of it. The process's own
@@ -37,6 +40,7 @@
 #include <glog/logging.h>
 
 #include "Bench.h"
+#include "Heartbeat.h"
 #include "FolderNavigator.h"
 #include "LumindraWorkspace/WorkspaceControllerHelper.h"
 #include "LumindraWorkspace/WorkspaceControllerProvider.h"
@@ -53,6 +57,7 @@ using Provider = WorkspaceControllerProvider;
 
 // Few files: each takes seconds to make, and ten already outreach the preload window on both sides.
 constexpr int kFiles = 10;
+constexpr int kStallFiles = 30;
 constexpr int kSteps = 7;
 constexpr int kWaitMs = 120000;
 // A full-resolution 24 MP frame as the canvas holds it (BGRA).
@@ -254,14 +259,14 @@ bool ResetPeakRss()
 
 // The first kFiles photographs, copied into a folder of their own: the window steps through
 // whatever its folder holds, and other groups make more files in the shared one.
-QStringList Files()
+QStringList Files(int count)
 {
-    const QDir shared(PhotoFolder24MP(kFiles));
+    const QDir shared(PhotoFolder24MP(count));
     const QDir folder(TempDir() + QStringLiteral("/browse"));
     QDir().mkpath(folder.path());
     QStringList files;
     const QStringList names = shared.entryList({QStringLiteral("photo-*.jpg")}, QDir::Files, QDir::Name);
-    for (const QString& name : names.mid(0, kFiles)) {
+    for (const QString& name : names.mid(0, count)) {
         const QString copy = folder.filePath(name);
         if (!QFileInfo::exists(copy) && !QFile::copy(shared.filePath(name), copy)) {
             std::fprintf(stderr, "browse: cannot copy %s\n", name.toLocal8Bit().constData());
@@ -269,8 +274,8 @@ QStringList Files()
         }
         files << copy;
     }
-    if (files.size() != kFiles) {
-        std::fprintf(stderr, "browse: %d photographs made, expected %d\n", static_cast<int>(files.size()), kFiles);
+    if (files.size() != count) {
+        std::fprintf(stderr, "browse: %d photographs made, expected %d\n", static_cast<int>(files.size()), count);
         std::exit(1);
     }
     return files;
@@ -355,29 +360,43 @@ void MeasurePeakMemory(const QStringList& files)
     Report("browse_peak_rss_mb", static_cast<double>(peak) / 1e6, "MB");
 }
 
+void MeasureStall(const QStringList& files)
+{
+    const double djpegMs = DjpegMs(files.front());
+    Browser browser(files);
+    browser.Open(0);
+    browser.WaitForPreloads();
+    Heartbeat heartbeat;
+    heartbeat.Start();
+    for (int i = 1; i < files.size(); ++i) {
+        browser.Step(+1);
+        browser.WaitForPreloads(); // the person looks at the picture while the worker preloads
+    }
+    for (int i = files.size() - 2; i >= 0; --i) {
+        browser.Step(-1);
+        browser.WaitForPreloads();
+    }
+    heartbeat.Stop();
+    Report("browse_ui_stall_vs_djpeg", heartbeat.LongestGapMs() / djpegMs, "ratio");
+    Report("browse_ui_stall_ms", heartbeat.LongestGapMs(), "ms");
+}
+
 } // namespace
 
 LUMINDRA_BENCH_GROUP(browse)
 {
-    // The window records the open file and session in the settings store, and the cores keep
-    // session folders: both go with the run's temporary folder, not the user's home.
-    Util::SettingsManager::Instance().SetStoreFile(TempDir() + QStringLiteral("/browse-settings.ini"));
-    Util::SettingsManager::Instance().SetValue(Util::Settings::Name(Util::Settings::SHOW_LAST_SESSION), false);
-    const QByteArray savedTemp = qgetenv("LUMINDRA_TEMP_DIR");
-    qputenv("LUMINDRA_TEMP_DIR", (TempDir() + QStringLiteral("/sessions")).toUtf8());
+    // The window records the open file and session in the settings store.
+    const IsolatedSettings isolated(QStringLiteral("browse"));
     // An alert (a picture reduced for memory) would wait for a person.
     const auto savedHook = LumindraAlertBox::GetTestHook();
     LumindraAlertBox::SetTestHook([](LumindraAlertBox&) { return QDialogButtonBox::Ok; });
 
-    const QStringList files = Files();
+    const QStringList files = Files(kFiles);
     MeasureSteps(files);
     MeasurePeakMemory(files);
+    MeasureStall(Files(kStallFiles));
 
     LumindraAlertBox::SetTestHook(savedHook);
-    if (savedTemp.isNull())
-        qunsetenv("LUMINDRA_TEMP_DIR");
-    else
-        qputenv("LUMINDRA_TEMP_DIR", savedTemp);
 }
 
 } // namespace Quelto::Lumindra::Bench

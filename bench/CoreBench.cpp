@@ -42,16 +42,6 @@ double MedianOpenMs(const std::function<PhotoCore::PhotoCorePtr()>& open)
     return Median(times);
 }
 
-double DjpegMs(const QString& path)
-{
-    return MedianMs(kRuns, [&] {
-        if (QProcess::execute(QStringLiteral("djpeg"), {QStringLiteral("-outfile"), QStringLiteral("/dev/null"), path}) != 0) {
-            std::fprintf(stderr, "djpeg failed on %s\n", path.toUtf8().constData());
-            std::exit(1);
-        }
-    });
-}
-
 std::uint64_t AllocatedBytes()
 {
     const struct mallinfo2 info = mallinfo2();
@@ -64,7 +54,7 @@ LUMINDRA_BENCH_GROUP(core)
 {
     const QString path = PhotoJpeg24MP();
     const ioPath file(path.toStdString());
-    const double djpeg = DjpegMs(path);
+    const double djpeg = DjpegMs(path, kRuns);
 
     const double preview = MedianOpenMs([&] { return PhotoCore::PhotoCoreFactory::Create(file, {}); });
     Report("preview_first_vs_djpeg", preview / djpeg, "ratio");

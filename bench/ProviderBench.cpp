@@ -102,13 +102,8 @@ std::uint64_t CachedSize(const WorkspaceControllerProvider& provider)
 
 LUMINDRA_BENCH_GROUP(provider)
 {
-    // The controller records the open file and session in the settings store: keep them out of
-    // the user's settings.
-    Util::SettingsManager::Instance().SetStoreFile(TempDir() + QStringLiteral("/provider-settings.ini"));
-    Util::SettingsManager::Instance().SetValue(Util::Settings::Name(Util::Settings::SHOW_LAST_SESSION), false);
-    // The cores' session folders go with the run's temporary folder.
-    const QByteArray savedTemp = qgetenv("LUMINDRA_TEMP_DIR");
-    qputenv("LUMINDRA_TEMP_DIR", (TempDir() + QStringLiteral("/sessions")).toUtf8());
+    // The controller records the open file and session in the settings store.
+    const IsolatedSettings isolated(QStringLiteral("provider"));
     const std::vector<std::string> files = FolderFiles(30);
     constexpr int kRuns = 5;
 
@@ -165,10 +160,6 @@ LUMINDRA_BENCH_GROUP(provider)
     Report("cache_peak_vs_bound",
            static_cast<double>(peak.load()) / static_cast<double>(WorkspaceControllerProvider::kCacheBoundBytes),
            "ratio");
-    if (savedTemp.isNull())
-        qunsetenv("LUMINDRA_TEMP_DIR");
-    else
-        qputenv("LUMINDRA_TEMP_DIR", savedTemp);
 }
 
 } // namespace Quelto::Lumindra::Bench

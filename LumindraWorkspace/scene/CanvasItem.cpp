@@ -204,6 +204,10 @@ void CanvasItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option
         return;
     }
 
+    if (!widget) {
+        PaintFromLevels(painter);
+        return;
+    }
     QGraphicsView* view = owner->views().first();
     const Conf::FrameInfo& info = frame_->GetFrameInfo();
     const QPoint topLeft = view->mapFromScene(QPointF(0, 0));
@@ -221,6 +225,25 @@ void CanvasItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option
     painter->setTransform(QTransform::fromTranslate(saved.dx(), saved.dy()), false);
     painter->drawPixmap(QPointF(0, 0), *scaled);
     painter->setTransform(saved);
+}
+
+void CanvasItem::PaintFromLevels(QPainter* painter)
+{
+    const Conf::FrameInfo& info = frame_->GetFrameInfo();
+    const QRectF target(offset(), QSizeF(info.width, info.height));
+    const QRectF device = painter->transform().mapRect(target);
+    boost::intrusive_ptr<const Proc::IDataVideo> source = frame_;
+    for (int i = 1; i < frame_->GetLevelCount(); ++i) {
+        const auto level = frame_->GetLevel(i);
+        if (!level || level->GetFrameInfo().width < device.width() || level->GetFrameInfo().height < device.height())
+            break;
+        source = level;
+    }
+    const QImage image = imageUtils_.FrameToImage(boost::const_pointer_cast<Proc::IDataVideo>(source));
+    painter->save();
+    painter->setRenderHint(QPainter::SmoothPixmapTransform, true);
+    painter->drawImage(target, image);
+    painter->restore();
 }
 
 bool CanvasItem::IsUnitScale(double scale)

@@ -70,6 +70,9 @@ protected:
     // The cached copy of the frame scaled to `target` with device pixel ratio `ratio`; rebuilt
     // only when the cache is empty or of another size. Null when the resizer failed.
     const QPixmap& ScaledPixmap(const Conf::FrameInfo& target, double ratio);
+    // Painting into an image (a snapshot at another scale than the view's): the nearest larger
+    // reduced level, scaled by the painter; the view's cached copy is left alone.
+    void PaintFromLevels(QPainter* painter);
     // Zoom factors this close to 1 count as 100 %: the full pixmap is drawn as it is.
     static bool IsUnitScale(double scale);
     // The cached copy for an on-screen size of `width` x `height` view pixels at zoom `scale`,

@@ -100,7 +100,7 @@ WorkspaceScene::WorkspaceScene(const Util::ImageUtils& imageUtils, IWorkspaceCon
 
     canvas_->setData(kMainCanvasKey, kMainCanvasMark);
     if (drawer_) {
-        CanvasItem::SetSceneRect(this, drawer_->GetFrameSettings(-1).GetFrameInfo());
+        CanvasItem::SetSceneRect(this, drawer_->GetFrameSettings(-1)->GetFrameInfo());
         drawer_->SetDrawable(this);
     }
     addItem(canvas_.data());
@@ -276,6 +276,14 @@ void WorkspaceScene::drawForeground(QPainter* painter, const QRectF& rect)
     if (rendering_)
         return;
     QGraphicsScene::drawForeground(painter, rect);
+}
+
+bool WorkspaceScene::HasOverlayItems() const
+{
+    const QList<QGraphicsItem*> all = items();
+    return std::any_of(all.begin(), all.end(), [](const QGraphicsItem* item) {
+        return item->isVisible() && dynamic_cast<const LumindraSceneItem::ISceneItem*>(item);
+    });
 }
 
 boost::intrusive_ptr<Proc::IDataVideo> WorkspaceScene::GetVideo(const Proc::CropInfo& crop)

@@ -65,6 +65,8 @@ public:
     // over a transparent ground, for the background rectangle less `crop`; null when that is
     // empty.
     boost::intrusive_ptr<Proc::IDataVideo> GetVideo(const Proc::CropInfo& crop) override;
+    // Whether a visible scene item would be drawn over the picture.
+    bool HasOverlayItems() const override;
 
 public Q_SLOTS:
     // Takes effect at the next paint.

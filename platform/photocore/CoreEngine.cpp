@@ -37,10 +37,14 @@ QString FromUtf8(const std::string& s)
     return QString::fromUtf8(s.data(), int(s.size()));
 }
 
-void AddFrame(std::vector<const Proc::IDataVideo*>& seen, const DataVideoPtr& frame)
+// Whether an edit takes the alpha channel away: a conversion that flattens onto the pad colour
+// into a first format without alpha.
+bool RemovesAlpha(const Proc::SettingsBase& settings)
 {
-    if (frame && std::find(seen.begin(), seen.end(), frame.get()) == seen.end())
-        seen.push_back(frame.get());
+    if (std::string(settings.GetClassId()) != Proc::SettingsColorspaceConverter::CLASS_ID)
+        return false;
+    const auto& convert = static_cast<const Proc::SettingsColorspaceConverter&>(settings);
+    return convert.flattenAlpha && !(convert.formats.size() && Proc::HasAlphaChannel(convert.formats.front()));
 }
 
 } // namespace
@@ -51,8 +55,7 @@ CoreEngine::CoreEngine(CoreSource source, std::string sessionId, std::uint64_t p
     fileName_ = source_.path.utf8string();
     fileSize_ = source_.fileSize;
     fileModifiedMs_ = source_.fileModifiedMs;
-    const Conf::FrameInfo info = source_.header.Upright();
-    currentSettings_ = MakeSnapshotLocked(info);
+    currentSettings_ = MakeSettingsLocked(source_.header.Upright());
 }
 
 CoreEngine::~CoreEngine()
@@ -62,9 +65,15 @@ CoreEngine::~CoreEngine()
 
 void CoreEngine::Shutdown()
 {
+    // A save or a session write-out asked for before the core was dropped still ends: the
+    // person's file and session must not be lost with the window.
+    if (!stopping_.load() && !queue_.IsRenderThread()
+        && jobs_.HasPending({ICoreEventHandler::CoreEventJobDone::JOB_SAVE, ICoreEventHandler::CoreEventJobDone::JOB_SNAPSHOT}))
+        queue_.WaitForIdle(-1);
     stopping_.store(true);
     queue_.Shutdown();
-    fullFrameChanged_.notify_all();
+    frames_.Stop();
+    jobs_.Abandon("The editing core stopped before the work was done");
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -72,42 +81,52 @@ void CoreEngine::Shutdown()
 
 void CoreEngine::SetInitialFrame(const ImageDecoder::Result& first)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
     if (!first.frame)
         return;
-    if (first.full) {
-        originalWorking_ = currentWorking_ = first.frame;
-        // A large 16-bit picture is converted for display on the render thread, not here.
-        const Conf::FrameInfo& info = first.frame->GetFrameInfo();
-        if (first.frame->GetPixFmt() == Proc::PIX_FMT_BGRA32
-            || std::uint64_t(info.width) * std::uint64_t(info.height) <= ImageDecoder::kSmallPicturePixels)
-            originalDisplay_ = currentDisplay_ = FrameOps::ToDisplay(first.frame);
-        scaledForMemory_ = first.scaledForMemory;
-    } else {
-        preview_ = first.frame;
+    const std::vector<EditStep> none;
+    if (!first.full) {
+        frames_.SetPreview(first.frame, MinAlphaOf(first.frame, none));
+        std::lock_guard<std::mutex> lock(metaMutex_);
+        currentSettings_ = MakeSettingsLocked(first.frame->GetFrameInfo());
+        return;
     }
-    currentSettings_ = MakeSnapshotLocked((first.full ? first.frame : preview_)->GetFrameInfo());
+    // A large 16-bit picture is converted for display by the load job, not here.
+    const Conf::FrameInfo& info = first.frame->GetFrameInfo();
+    if (first.frame->GetPixFmt() == Proc::PIX_FMT_BGRA32
+        || std::uint64_t(info.width) * std::uint64_t(info.height) <= ImageDecoder::kSmallPicturePixels)
+        frames_.SetPreview(FrameOps::ToDisplay(first.frame), MinAlphaOf(first.frame, none));
+    std::lock_guard<std::mutex> lock(metaMutex_);
+    initialWorking_ = first.frame;
+    initialScaled_ = first.scaledForMemory;
+    currentSettings_ = MakeSettingsLocked(info);
 }
 
 void CoreEngine::PostLoad()
 {
     auto self = shared_from_this();
-    queue_.Post(JOB_LOAD, [self] { self->RunLoad(); });
+    const std::uint64_t id = jobs_.Begin(ICoreEventHandler::CoreEventJobDone::JOB_OPEN, GetFileName());
+    queue_.Post(QUEUE_LOAD, [self, id] { self->RunLoad(id); });
 }
 
-void CoreEngine::RunLoad()
+void CoreEngine::RunLoad(std::uint64_t jobId)
 {
-    DataVideoPtr preview, working;
-    std::string name;
+    DataVideoPtr working;
+    bool scaled = false;
+    bool decodeFull;
+    bool allowSixteenBit;
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        preview = preview_;
-        working = originalWorking_;
-        name = fileName_;
+        std::lock_guard<std::mutex> lock(metaMutex_);
+        working = initialWorking_;
+        scaled = initialScaled_;
+        decodeFull = !working;
+        allowSixteenBit = allowSixteenBit_;
     }
-    if (preview) {
+    const std::string name = GetFileName();
+    // What is on show before the full frame: the reduced preview, or a small picture's own display frame.
+    DataVideoPtr display = frames_.GetDisplay();
+    if (display && decodeFull) {
         PublishDrawer(&IDrawerEventHandler::HandleFrameTemporary,
-                      IDrawerEventHandler::DrawerEventFrameTemporary("Preview", name, 0, preview));
+                      IDrawerEventHandler::DrawerEventFrameTemporary("Preview", name, 0, display));
         ICoreEventHandler::CoreEventLoaded loaded;
         loaded.text = "Preview";
         loaded.fileName = name;
@@ -116,75 +135,42 @@ void CoreEngine::RunLoad()
     }
 
     const auto start = Clock::now();
-    bool scaled = false;
-    DataVideoPtr display;
-    if (!working) {
+    if (decodeFull) {
         const auto progress = GetProgressController();
         if (progress)
             progress->Begin("Opening " + QFileInfo(FromUtf8(name)).fileName().toStdString());
         try {
-            ImageDecoder::Result full;
             DecodeOptions options;
             options.pixelLimit = pixelLimit_;
-            {
-                std::lock_guard<std::mutex> lock(mutex_);
-                options.allowSixteenBit = allowSixteenBit_;
-            }
-            full = ImageDecoder::DecodeFull(source_.path.utf8string(), source_.header, options, &stopping_);
+            options.allowSixteenBit = allowSixteenBit;
+            const ImageDecoder::Result full =
+                ImageDecoder::DecodeFull(source_.path.utf8string(), source_.header, options, &stopping_);
             working = full.frame;
             scaled = full.scaledForMemory;
             display = FrameOps::ToDisplay(working);
         } catch (const std::exception& e) {
             if (progress)
                 progress->End();
-            const std::string message = "Cannot open \"" + name + "\": " + e.what();
-            if (!stopping_.load())
-                LOG(ERROR) << message;
-            {
-                std::lock_guard<std::mutex> lock(mutex_);
-                loadFailed_ = true;
-                loadError_ = message;
-            }
-            fullFrameChanged_.notify_all();
-            ICoreEventHandler::CoreEventLoaded failed;
-            failed.text = message;
-            failed.fileName = name;
-            failed.stage = ICoreEventHandler::CoreEventLoaded::LOAD_FAILED;
-            PublishCore(&ICoreEventHandler::HandleLoaded, failed);
-            PublishCore(&ICoreEventHandler::HandleThrow,
-                        ICoreEventHandler::ThrowEvent(std::make_shared<PhotoCoreException>(message), name));
+            FinishLoadFailed(jobId, name, "Cannot open \"" + name + "\": " + e.what());
             return;
         }
         if (progress)
             progress->End();
-        std::lock_guard<std::mutex> lock(mutex_);
-        originalWorking_ = currentWorking_ = working;
-        originalDisplay_ = currentDisplay_ = display;
-        scaledForMemory_ = scaled;
-    } else {
-        {
-            std::lock_guard<std::mutex> lock(mutex_);
-            display = currentDisplay_;
-        }
-        if (!display) {
-            display = FrameOps::ToDisplay(working);
-            std::lock_guard<std::mutex> lock(mutex_);
-            originalDisplay_ = currentDisplay_ = display;
-        }
+    } else if (!display) {
+        display = FrameOps::ToDisplay(working);
     }
+    frames_.SetFull(working, display, scaled, MinAlphaOf(working, {}));
+    double elapsedMs;
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        preview_.reset();
-        fullReady_ = true;
-        renderedIds_.clear();
-        originalSettings_ = currentSettings_ = MakeSnapshotLocked(working->GetFrameInfo());
-        lastRenderMs_ = MillisecondsSince(start);
+        std::lock_guard<std::mutex> lock(metaMutex_);
+        initialWorking_.reset();
+        originalSettings_ = currentSettings_ = MakeSettingsLocked(working->GetFrameInfo());
+        elapsedMs = lastRenderMs_ = MillisecondsSince(start);
         ++renderCount_;
     }
-    fullFrameChanged_.notify_all();
     VLOG(30) << "Full frame of " << name << " ready: " << working->GetFrameInfo().width << "x"
-             << working->GetFrameInfo().height << (scaled ? " (reduced for memory)" : "") << " in "
-             << lastRenderMs_ << " ms";
+             << working->GetFrameInfo().height << (scaled ? " (reduced for memory)" : "") << " in " << elapsedMs
+             << " ms";
 
     PublishDrawer(&IDrawerEventHandler::HandleFrame,
                   IDrawerEventHandler::DrawerEventFrame("Loaded", name, -1,
@@ -194,29 +180,35 @@ void CoreEngine::RunLoad()
     loaded.fileName = name;
     loaded.stage = ICoreEventHandler::CoreEventLoaded::LOAD_FULL;
     PublishCore(&ICoreEventHandler::HandleLoaded, loaded);
+    CoreJobs::Outcome outcome;
+    outcome.text = "Loaded";
+    PublishCore(&ICoreEventHandler::HandleJobDone, jobs_.Finish(jobId, outcome));
     BuildLevels(display);
 }
 
-bool CoreEngine::WaitForFullFrame(std::string* error) const
+void CoreEngine::FinishLoadFailed(std::uint64_t jobId, const std::string& name, const std::string& message)
 {
-    std::unique_lock<std::mutex> lock(mutex_);
-    fullFrameChanged_.wait(lock, [&] { return fullReady_ || loadFailed_ || stopping_.load(); });
-    if (fullReady_)
-        return true;
-    if (error)
-        *error = loadFailed_ ? loadError_ : std::string("The image was closed while it was being opened");
-    return false;
+    if (!stopping_.load())
+        LOG(ERROR) << message;
+    frames_.SetFailed(message);
+    ICoreEventHandler::CoreEventLoaded failed;
+    failed.text = message;
+    failed.fileName = name;
+    failed.stage = ICoreEventHandler::CoreEventLoaded::LOAD_FAILED;
+    PublishCore(&ICoreEventHandler::HandleLoaded, failed);
+    PublishCore(&ICoreEventHandler::HandleThrow,
+                ICoreEventHandler::ThrowEvent(std::make_shared<PhotoCoreException>(message), name));
+    CoreJobs::Outcome outcome;
+    outcome.success = false;
+    outcome.text = "Loading failed";
+    outcome.reason = message;
+    PublishCore(&ICoreEventHandler::HandleJobDone, jobs_.Finish(jobId, outcome));
 }
 
 void CoreEngine::RestoreHistory(const HistoryState& history)
 {
-    std::unique_lock<std::mutex> lock(mutex_);
-    steps_.clear();
-    for (const auto& settings : history.steps)
-        steps_.push_back({nextStepId_++, settings});
-    position_ = std::clamp(history.position, 0, int(steps_.size()));
-    savedPosition_ = history.savedPosition >= 0 && history.savedPosition <= int(steps_.size()) ? history.savedPosition
-                                                                                                 : -1;
+    std::unique_lock<std::mutex> lock(historyMutex_);
+    history_.Restore(history);
     RenderTarget target = MakeTargetLocked(IDrawerEventHandler::DrawerEventFrame::REASON_RESET, "Restore", true);
     target.savedChanged = false;
     lock.unlock();
@@ -225,9 +217,15 @@ void CoreEngine::RestoreHistory(const HistoryState& history)
 
 void CoreEngine::SetFileName(const std::string& utf8Name)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<std::mutex> lock(metaMutex_);
     fileName_ = utf8Name;
-    currentSettings_ = MakeSnapshotLocked(currentSettings_->GetFrameInfo());
+    currentSettings_ = MakeSettingsLocked(currentSettings_->GetFrameInfo());
+}
+
+std::string CoreEngine::GetFileName() const
+{
+    std::lock_guard<std::mutex> lock(metaMutex_);
+    return fileName_;
 }
 
 ioPath CoreEngine::GetSessionFolder() const
@@ -272,28 +270,37 @@ void CoreEngine::UnregisterDrawerEventHandler(IDrawerEventHandler* handler)
 
 DataVideoPtr CoreEngine::GetVideo() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return currentDisplay_ ? currentDisplay_ : preview_;
+    return frames_.GetDisplay();
 }
 
 DataVideoPtr CoreEngine::GetOriginalVideo() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return originalDisplay_ ? originalDisplay_ : preview_;
+    return frames_.GetOriginalDisplay();
 }
 
-const SettingsCore& CoreEngine::GetFrameSettings(int index) const
+std::shared_ptr<const SettingsCore> CoreEngine::GetFrameSettings(int index) const
 {
-    static const SettingsCore kNone;
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (index < 0)
-        return *currentSettings_;
-    if (index == 0)
-        return originalSettings_ ? *originalSettings_ : *currentSettings_;
-    if (std::size_t(index) > steps_.size() || !originalSettings_)
-        return kNone;
-    const SettingsCore* settings = StepSnapshotLocked(std::size_t(index - 1));
-    return settings ? *settings : kNone;
+    if (index < 0) {
+        std::lock_guard<std::mutex> lock(metaMutex_);
+        return currentSettings_;
+    }
+    if (index == 0) {
+        std::lock_guard<std::mutex> lock(metaMutex_);
+        return originalSettings_ ? originalSettings_ : currentSettings_;
+    }
+    Conf::FrameInfo info;
+    {
+        std::lock_guard<std::mutex> history(historyMutex_);
+        if (std::size_t(index) > history_.GetSteps().size() || !frames_.IsFullReady())
+            return std::make_shared<const SettingsCore>();
+        try {
+            info = LogicalInfoLocked(std::size_t(index));
+        } catch (const std::exception&) {
+            return std::make_shared<const SettingsCore>();
+        }
+    }
+    std::lock_guard<std::mutex> lock(metaMutex_);
+    return MakeSettingsLocked(info);
 }
 
 void CoreEngine::ApplyEffect(const Proc::SettingsBase& settings)
@@ -301,23 +308,19 @@ void CoreEngine::ApplyEffect(const Proc::SettingsBase& settings)
     if (!FrameOps::IsSupported(settings))
         throw PhotoCoreException("The editing core cannot apply \"" + settings.GetDisplayName() + "\"");
     std::shared_ptr<const Proc::SettingsBase> copy(settings.Clone());
-    std::unique_lock<std::mutex> lock(mutex_);
+    std::unique_lock<std::mutex> lock(historyMutex_);
     try {
         // Reject an edit that cannot render (a crop outside the picture) while the caller listens.
-        FrameOps::ResultInfo(LogicalInfoLocked(std::size_t(position_)), settings);
+        FrameOps::ResultInfo(LogicalInfoLocked(std::size_t(history_.GetUndoCount())), settings);
     } catch (const std::exception& e) {
         throw PhotoCoreException(e.what());
     }
-    const bool wasSaved = IsSavedLocked();
-    steps_.resize(std::size_t(position_));
-    if (savedPosition_ > position_)
-        savedPosition_ = -1; // the saved state was undone and is now overwritten
-    steps_.push_back({nextStepId_++, copy});
-    ++position_;
+    const bool wasSaved = history_.IsSaved();
+    history_.Push(copy);
     RenderTarget target = MakeTargetLocked(IDrawerEventHandler::DrawerEventFrame::REASON_EDIT,
                                            settings.GetDisplayName(), wasSaved);
     lock.unlock();
-    queue_.DropTrailing(JOB_PREVIEW); // a preview still queued would only flash before this
+    queue_.DropTrailing(QUEUE_PREVIEW); // a preview still queued would only flash before this
     PostRender(std::move(target));
 }
 
@@ -327,29 +330,23 @@ void CoreEngine::PreviewEffect(const Proc::SettingsBase& settings)
         throw PhotoCoreException("The editing core cannot show \"" + settings.GetDisplayName() + "\"");
     std::shared_ptr<const Proc::SettingsBase> copy(settings.Clone());
     auto self = shared_from_this();
-    queue_.PostReplacingLast(JOB_PREVIEW, [self, copy] { self->RunPreview(copy); });
+    queue_.PostReplacingLast(QUEUE_PREVIEW, [self, copy] { self->RunPreview(copy); });
 }
 
 void CoreEngine::CancelPreview()
 {
-    queue_.DropTrailing(JOB_PREVIEW);
+    queue_.DropTrailing(QUEUE_PREVIEW);
     auto self = shared_from_this();
-    queue_.Post(JOB_CANCEL_PREVIEW, [self] { self->RunCancelPreview(); });
+    queue_.Post(QUEUE_CANCEL_PREVIEW, [self] { self->RunCancelPreview(); });
 }
 
 IPhotoCoreDrawer::AlphaInfo CoreEngine::GetAlphaInfo() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    // Measured by the job that made the frame: a query never scans pixels.
+    const int minAlpha = frames_.GetMinAlpha();
     IPhotoCoreDrawer::AlphaInfo info;
-    const DataVideoPtr frame = currentWorking_ ? currentWorking_ : preview_;
-    info.hasAlpha = HasAlphaChannelLocked() ? 1 : 0;
-    if (!frame || !info.hasAlpha)
-        return info;
-    if (alphaFrame_ != frame) {
-        alphaMin_ = FrameOps::MinAlpha(*frame);
-        alphaFrame_ = frame;
-    }
-    info.alpha = alphaMin_;
+    info.hasAlpha = minAlpha >= 0 ? 1 : 0;
+    info.alpha = minAlpha >= 0 ? std::uint8_t(minAlpha) : 255;
     return info;
 }
 
@@ -368,10 +365,7 @@ DataVideoPtr CoreEngine::GetVideoForRendering() const
 DataVideoPtr CoreEngine::RenderOverlay()
 {
     IDrawable* drawable = drawable_.load();
-    if (!drawable)
-        return nullptr;
-    const DataVideoPtr current = GetWorkingFrame();
-    if (!current)
+    if (!drawable || !drawable->HasOverlayItems())
         return nullptr;
     overlayOnly_.store(true);
     DataVideoPtr overlay;
@@ -384,22 +378,20 @@ DataVideoPtr CoreEngine::RenderOverlay()
     overlayOnly_.store(false);
     if (!overlay)
         return nullptr;
+    // The size the picture has once the queued renders are done, which is what a job queued
+    // now will see.
+    Conf::FrameInfo picture;
+    {
+        std::lock_guard<std::mutex> lock(historyMutex_);
+        picture = LogicalInfoLocked(std::size_t(history_.GetUndoCount()));
+    }
     const Conf::FrameInfo& a = overlay->GetFrameInfo();
-    const Conf::FrameInfo& b = current->GetFrameInfo();
-    if (a.width != b.width || a.height != b.height) {
-        LOG(WARNING) << "Overlay of " << a.width << "x" << a.height << " does not match the picture of " << b.width
-                     << "x" << b.height << "; items beyond the picture are not saved";
+    if (a.width != picture.width || a.height != picture.height) {
+        LOG(WARNING) << "Overlay of " << a.width << "x" << a.height << " does not match the picture of "
+                     << picture.width << "x" << picture.height << "; items beyond the picture are not saved";
         return nullptr;
     }
-    if (overlay->GetPixFmt() != Proc::PIX_FMT_BGRA32)
-        return nullptr;
-    for (int y = 0; y < a.height; ++y) { // anything drawn at all?
-        const std::uint8_t* row = overlay->GetData() + std::size_t(y) * std::size_t(overlay->GetStride());
-        for (int x = 0; x < a.width; ++x)
-            if (row[4 * x + 3] != 0)
-                return overlay;
-    }
-    return nullptr;
+    return overlay->GetPixFmt() == Proc::PIX_FMT_BGRA32 ? overlay : nullptr;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -407,24 +399,23 @@ DataVideoPtr CoreEngine::RenderOverlay()
 
 bool CoreEngine::CanUndo() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return position_ > 0;
+    std::lock_guard<std::mutex> lock(historyMutex_);
+    return history_.GetUndoCount() > 0;
 }
 
 bool CoreEngine::CanRedo() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return position_ < int(steps_.size());
+    std::lock_guard<std::mutex> lock(historyMutex_);
+    return history_.GetRedoCount() > 0;
 }
 
 void CoreEngine::Undo()
 {
-    std::unique_lock<std::mutex> lock(mutex_);
-    if (position_ == 0)
+    std::unique_lock<std::mutex> lock(historyMutex_);
+    const bool wasSaved = history_.IsSaved();
+    const std::string name = history_.GetUndoName();
+    if (!history_.Undo())
         return;
-    const bool wasSaved = IsSavedLocked();
-    const std::string name = steps_[std::size_t(position_ - 1)].settings->GetDisplayName();
-    --position_;
     RenderTarget target = MakeTargetLocked(IDrawerEventHandler::DrawerEventFrame::REASON_UNDO, name, wasSaved);
     lock.unlock();
     PostRender(std::move(target));
@@ -432,12 +423,11 @@ void CoreEngine::Undo()
 
 void CoreEngine::Redo()
 {
-    std::unique_lock<std::mutex> lock(mutex_);
-    if (position_ >= int(steps_.size()))
+    std::unique_lock<std::mutex> lock(historyMutex_);
+    const bool wasSaved = history_.IsSaved();
+    const std::string name = history_.GetRedoName();
+    if (!history_.Redo())
         return;
-    const bool wasSaved = IsSavedLocked();
-    const std::string name = steps_[std::size_t(position_)].settings->GetDisplayName();
-    ++position_;
     RenderTarget target = MakeTargetLocked(IDrawerEventHandler::DrawerEventFrame::REASON_REDO, name, wasSaved);
     lock.unlock();
     PostRender(std::move(target));
@@ -445,34 +435,26 @@ void CoreEngine::Redo()
 
 int CoreEngine::GetUndoCount() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return position_;
+    std::lock_guard<std::mutex> lock(historyMutex_);
+    return history_.GetUndoCount();
 }
 
 int CoreEngine::GetRedoCount() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return int(steps_.size()) - position_;
+    std::lock_guard<std::mutex> lock(historyMutex_);
+    return history_.GetRedoCount();
 }
 
 std::vector<std::string> CoreEngine::GetHistory() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    std::vector<std::string> names;
-    for (int i = 0; i < position_; ++i)
-        names.push_back(steps_[std::size_t(i)].settings->GetDisplayName());
-    return names;
+    std::lock_guard<std::mutex> lock(historyMutex_);
+    return history_.GetAppliedNames();
 }
 
 HistoryState CoreEngine::GetHistoryState() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    HistoryState state;
-    for (const auto& step : steps_)
-        state.steps.push_back(step.settings);
-    state.position = position_;
-    state.savedPosition = savedPosition_;
-    return state;
+    std::lock_guard<std::mutex> lock(historyMutex_);
+    return history_.GetState();
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -480,23 +462,20 @@ HistoryState CoreEngine::GetHistoryState() const
 
 bool CoreEngine::IsSaved() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return IsSavedLocked();
+    std::lock_guard<std::mutex> lock(historyMutex_);
+    return history_.IsSaved();
 }
 
 bool CoreEngine::HasHistoryOrFileChanged() const
 {
-    std::uint64_t size;
-    std::int64_t modified;
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        if (!steps_.empty())
+        std::lock_guard<std::mutex> lock(historyMutex_);
+        if (!history_.IsEmpty())
             return true;
-        size = fileSize_;
-        modified = fileModifiedMs_;
     }
     if (source_.path.empty())
         return false;
+    const auto [size, modified] = GetFileBaseline();
     const QFileInfo info(FromUtf8(source_.path.utf8string()));
     if (!info.exists())
         return true;
@@ -505,27 +484,32 @@ bool CoreEngine::HasHistoryOrFileChanged() const
 
 void CoreEngine::SetFileBaseline(std::uint64_t size, std::int64_t modifiedMs)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<std::mutex> lock(metaMutex_);
     fileSize_ = size;
     fileModifiedMs_ = modifiedMs;
 }
 
 std::pair<std::uint64_t, std::int64_t> CoreEngine::GetFileBaseline() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<std::mutex> lock(metaMutex_);
     return {fileSize_, fileModifiedMs_};
 }
 
 std::uint64_t CoreEngine::GetMemorySize() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
     std::vector<const Proc::IDataVideo*> seen;
-    for (const DataVideoPtr* frame : {&preview_, &originalWorking_, &originalDisplay_, &currentWorking_, &currentDisplay_})
-        AddFrame(seen, *frame);
-    if (lastPreview_)
-        AddFrame(seen, lastPreview_->frame);
-    for (const auto& [key, selection] : selections_)
-        AddFrame(seen, selection);
+    frames_.CollectFrames(seen);
+    const DataVideoPtr preview = lastPreview_.GetFrame();
+    AddDistinctFrame(seen, preview.get());
+    const std::vector<DataVideoPtr> selections = selections_.GetAll();
+    for (const auto& selection : selections)
+        AddDistinctFrame(seen, selection.get());
+    DataVideoPtr initial;
+    {
+        std::lock_guard<std::mutex> lock(metaMutex_);
+        initial = initialWorking_;
+    }
+    AddDistinctFrame(seen, initial.get());
     std::uint64_t total = 0;
     for (const Proc::IDataVideo* frame : seen)
         total += frame->GetMemorySize();
@@ -537,39 +521,40 @@ void CoreEngine::MarkSaved(const std::string& utf8Name)
     ICoreEventHandler::CoreEventStateChanged changed;
     bool wasSaved;
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        wasSaved = IsSavedLocked();
-        savedPosition_ = position_;
-        fileName_ = utf8Name;
-        currentSettings_ = MakeSnapshotLocked(currentSettings_->GetFrameInfo());
-        changed.text = "Saved";
-        changed.description = utf8Name;
-        changed.saved = true;
-        changed.undoCount = position_;
-        changed.redoCount = int(steps_.size()) - position_;
+        std::lock_guard<std::mutex> lock(historyMutex_);
+        wasSaved = history_.IsSaved();
+        history_.MarkSaved();
+        changed.undoCount = history_.GetUndoCount();
+        changed.redoCount = history_.GetRedoCount();
     }
+    SetFileName(utf8Name);
+    changed.text = "Saved";
+    changed.description = utf8Name;
+    changed.saved = true;
     // Raised on the render thread like every other event.
     auto self = shared_from_this();
-    PostTask([self, changed, wasSaved] {
+    auto publish = [self, changed, wasSaved] {
         if (!wasSaved)
             self->PublishDrawer(&IDrawerEventHandler::HandleChangeToSave,
                                 IDrawerEventHandler::DrawerEventChangeToSave("Saved", changed.description, 0));
         self->PublishCore(&ICoreEventHandler::HandleStateChanged, changed);
-    });
+    };
+    if (queue_.IsRenderThread())
+        publish();
+    else
+        PostTask(publish);
 }
 
 DataVideoPtr CoreEngine::GetWorkingFrame() const
 {
     queue_.WaitForIdle(-1);
-    std::lock_guard<std::mutex> lock(mutex_);
-    return currentWorking_;
+    return frames_.GetWorking();
 }
 
 DataVideoPtr CoreEngine::GetOriginalWorkingFrame() const
 {
     queue_.WaitForIdle(-1);
-    std::lock_guard<std::mutex> lock(mutex_);
-    return originalWorking_;
+    return frames_.GetOriginalWorking();
 }
 
 void CoreEngine::RunOnRenderThread(const std::function<void()>& fn)
@@ -582,7 +567,7 @@ void CoreEngine::RunOnRenderThread(const std::function<void()>& fn)
         throw PhotoCoreException("The editing core is shutting down");
     auto done = std::make_shared<std::promise<void>>();
     std::future<void> result = done->get_future();
-    queue_.Post(JOB_TASK, [done, &fn] {
+    queue_.Post(QUEUE_TASK, [done, &fn] {
         try {
             fn();
             done->set_value();
@@ -600,7 +585,31 @@ void CoreEngine::RunOnRenderThread(const std::function<void()>& fn)
 
 void CoreEngine::PostTask(std::function<void()> fn)
 {
-    queue_.Post(JOB_TASK, std::move(fn));
+    queue_.Post(QUEUE_TASK, std::move(fn));
+}
+
+std::uint64_t CoreEngine::StartJob(int kind, std::string fileName, std::function<CoreJobs::Outcome()> work)
+{
+    const std::uint64_t id = jobs_.Begin(kind, fileName);
+    if (stopping_.load()) {
+        CoreJobs::Outcome outcome;
+        outcome.success = false;
+        outcome.reason = "The editing core is shutting down";
+        jobs_.Finish(id, outcome);
+        return id;
+    }
+    auto self = shared_from_this();
+    queue_.Post(QUEUE_TASK, [self, id, work = std::move(work)] {
+        CoreJobs::Outcome outcome;
+        try {
+            outcome = work();
+        } catch (const std::exception& e) {
+            outcome.success = false;
+            outcome.reason = e.what();
+        }
+        self->PublishCore(&ICoreEventHandler::HandleJobDone, self->jobs_.Finish(id, outcome));
+    });
+    return id;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -608,7 +617,7 @@ void CoreEngine::PostTask(std::function<void()> fn)
 
 void CoreEngine::SetColorspaceConverterSettings(const Proc::SettingsColorspaceConverter& settings)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<std::mutex> lock(metaMutex_);
     // The working formats in order of preference: 16-bit sources stay deep only when the
     // 16-bit format is among them. Takes effect for decodes that have not started.
     allowSixteenBit_ = settings.formats.empty()
@@ -618,68 +627,26 @@ void CoreEngine::SetColorspaceConverterSettings(const Proc::SettingsColorspaceCo
 
 void CoreEngine::SetLanguage(const std::string& language)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<std::mutex> lock(metaMutex_);
     language_ = language;
 }
 
 std::string CoreEngine::GetLanguage() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<std::mutex> lock(metaMutex_);
     return language_;
 }
 
 void CoreEngine::SetProgressController(const boost::intrusive_ptr<Core::IProgressController>& progress)
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<std::mutex> lock(metaMutex_);
     progress_ = progress;
 }
 
 boost::intrusive_ptr<Core::IProgressController> CoreEngine::GetProgressController() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<std::mutex> lock(metaMutex_);
     return progress_;
-}
-
-// ---------------------------------------------------------------------------------------------
-// Selections
-
-void CoreEngine::StoreSelection(const std::string& key, const DataVideoPtr& selection)
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    releasedSelections_.erase(key);
-    if (selection)
-        selections_[key] = selection;
-    else
-        selections_.erase(key);
-}
-
-DataVideoPtr CoreEngine::FindSelection(const std::string& key) const
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    const auto it = selections_.find(key);
-    return it == selections_.end() ? nullptr : it->second;
-}
-
-void CoreEngine::ReleaseSelection(const std::string& key)
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    selections_.erase(key);
-    releasedSelections_.insert(key);
-}
-
-bool CoreEngine::IsSelectionReleased(const std::string& key) const
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    return releasedSelections_.count(key) != 0;
-}
-
-std::vector<std::string> CoreEngine::GetSelectionKeys() const
-{
-    std::lock_guard<std::mutex> lock(mutex_);
-    std::vector<std::string> keys;
-    for (const auto& entry : selections_)
-        keys.push_back(entry.first);
-    return keys;
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -687,8 +654,10 @@ std::vector<std::string> CoreEngine::GetSelectionKeys() const
 
 bool CoreEngine::IsScaledForMemory() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return scaledForMemory_;
+    if (frames_.IsFullReady())
+        return frames_.IsScaledForMemory();
+    std::lock_guard<std::mutex> lock(metaMutex_);
+    return initialScaled_;
 }
 
 Conf::FrameInfo CoreEngine::GetSourceFrameInfo() const
@@ -698,35 +667,40 @@ Conf::FrameInfo CoreEngine::GetSourceFrameInfo() const
 
 bool CoreEngine::IsFullFrameReady() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
-    return fullReady_;
+    return frames_.IsFullReady();
 }
 
 std::string CoreEngine::GetDebugInfo() const
 {
     std::ostringstream out;
     const std::uint64_t memory = GetMemorySize();
-    std::lock_guard<std::mutex> lock(mutex_);
-    const DataVideoPtr frame = currentWorking_ ? currentWorking_ : preview_;
+    const DataVideoPtr frame = frames_.GetWorkingOrPreview();
+    int undo, steps;
+    {
+        std::lock_guard<std::mutex> lock(historyMutex_);
+        undo = history_.GetUndoCount();
+        steps = int(history_.GetSteps().size());
+    }
+    std::lock_guard<std::mutex> lock(metaMutex_);
     out << "session " << sessionId_ << "; file \"" << fileName_ << "\"; codec " << source_.header.codec;
     if (frame)
         out << "; frame " << frame->GetFrameInfo().width << "x" << frame->GetFrameInfo().height << " format "
             << frame->GetPixFmt();
-    out << "; " << (fullReady_ ? "full" : (loadFailed_ ? "load failed" : "preview")) << (scaledForMemory_ ? ", reduced" : "")
-        << "; history " << position_ << "/" << steps_.size() << "; memory " << memory << " bytes; renders "
-        << renderCount_ << ", last " << lastRenderMs_ << " ms";
+    out << "; " << (frames_.IsFullReady() ? "full" : (frames_.IsLoadFailed() ? "load failed" : "preview"))
+        << (frames_.IsScaledForMemory() ? ", reduced" : "") << "; history " << undo << "/" << steps << "; memory "
+        << memory << " bytes; renders " << renderCount_ << ", last " << lastRenderMs_ << " ms";
     return out.str();
 }
 
 double CoreEngine::GetLastRenderMilliseconds() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<std::mutex> lock(metaMutex_);
     return lastRenderMs_;
 }
 
 int CoreEngine::GetRenderCount() const
 {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::lock_guard<std::mutex> lock(metaMutex_);
     return renderCount_;
 }
 
@@ -736,12 +710,12 @@ int CoreEngine::GetRenderCount() const
 CoreEngine::RenderTarget CoreEngine::MakeTargetLocked(int reason, const std::string& name, bool wasSaved) const
 {
     RenderTarget target;
-    target.steps.assign(steps_.begin(), steps_.begin() + position_);
+    target.steps = history_.GetApplied();
     target.reason = reason;
     target.name = name;
-    target.undoCount = position_;
-    target.redoCount = int(steps_.size()) - position_;
-    target.saved = IsSavedLocked();
+    target.undoCount = history_.GetUndoCount();
+    target.redoCount = history_.GetRedoCount();
+    target.saved = history_.IsSaved();
     target.savedChanged = target.saved != wasSaved;
     return target;
 }
@@ -749,35 +723,28 @@ CoreEngine::RenderTarget CoreEngine::MakeTargetLocked(int reason, const std::str
 void CoreEngine::PostRender(RenderTarget target)
 {
     auto self = shared_from_this();
-    queue_.Post(JOB_RENDER, [self, target = std::move(target)] { self->RunRender(target); });
+    const std::uint64_t id = jobs_.Begin(ICoreEventHandler::CoreEventJobDone::JOB_RENDER, GetFileName());
+    queue_.Post(QUEUE_RENDER, [self, id, target = std::move(target)] { self->RunRender(target, id); });
 }
 
-void CoreEngine::RunRender(const RenderTarget& target)
+void CoreEngine::RunRender(const RenderTarget& target, std::uint64_t jobId)
 {
     const auto start = Clock::now();
-    DataVideoPtr base;
-    std::size_t first = 0;
-    std::unique_ptr<PreviewResult> preview;
-    std::string fileName;
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        fileName = fileName_;
-        if (!fullReady_) {
-            LOG(WARNING) << "Edit \"" << target.name << "\" not rendered: the picture is not loaded";
-            return;
-        }
-        // Continue from the current frame when it shows a prefix of the target; else replay
-        // from the original, which makes an undo give back exactly the original pixels.
-        const bool prefix = renderedIds_.size() <= target.steps.size()
-            && std::equal(renderedIds_.begin(), renderedIds_.end(), target.steps.begin(),
-                          [](std::uint64_t id, const EditStep& step) { return id == step.id; });
-        base = prefix ? currentWorking_ : originalWorking_;
-        first = prefix ? renderedIds_.size() : 0;
-        preview = std::move(lastPreview_);
+    const std::string fileName = GetFileName();
+    CoreJobs::Outcome outcome;
+    outcome.text = target.name;
+    if (!frames_.IsFullReady()) {
+        LOG(WARNING) << "Edit \"" << target.name << "\" not rendered: the picture is not loaded";
+        outcome.success = false;
+        outcome.reason = "The picture is not loaded";
+        PublishCore(&ICoreEventHandler::HandleJobDone, jobs_.Finish(jobId, outcome));
+        return;
     }
+    const CoreFrames::RenderBase base = frames_.GetRenderBase(target.steps);
+    const std::unique_ptr<PreviewCache::Entry> preview = lastPreview_.Take();
 
-    DataVideoPtr working = base;
-    for (std::size_t i = first; i < target.steps.size(); ++i) {
+    DataVideoPtr working = base.working;
+    for (std::size_t i = base.firstStep; i < target.steps.size(); ++i) {
         const Proc::SettingsBase& settings = *target.steps[i].settings;
         // The last preview already shows this step when it was made on the same frame (an
         // 8-bit working frame is its own display frame).
@@ -790,28 +757,30 @@ void CoreEngine::RunRender(const RenderTarget& target)
             working = FrameOps::Apply(working, settings);
         } catch (const std::exception& e) {
             LOG(ERROR) << "Edit \"" << settings.GetDisplayName() << "\" could not be applied: " << e.what();
+            outcome.success = false;
+            outcome.reason = "\"" + settings.GetDisplayName() + "\" could not be applied: " + e.what();
             PublishCore(&ICoreEventHandler::HandleThrow,
                         ICoreEventHandler::ThrowEvent(std::make_shared<PhotoCoreException>(e.what()), fileName));
         }
     }
     const DataVideoPtr display = FrameOps::ToDisplay(working);
+    frames_.SetCurrent(working, display, target.steps, MinAlphaOf(working, target.steps));
 
     ICoreEventHandler::CoreEventStateChanged changed;
+    double elapsedMs;
     {
-        std::lock_guard<std::mutex> lock(mutex_);
-        currentWorking_ = working;
-        currentDisplay_ = display;
-        renderedIds_.clear();
-        for (const auto& step : target.steps)
-            renderedIds_.push_back(step.id);
-        currentSettings_ = MakeSnapshotLocked(working->GetFrameInfo());
-        lastRenderMs_ = MillisecondsSince(start);
+        std::lock_guard<std::mutex> lock(metaMutex_);
+        currentSettings_ = MakeSettingsLocked(working->GetFrameInfo());
+        elapsedMs = lastRenderMs_ = MillisecondsSince(start);
         ++renderCount_;
-        changed.saved = IsSavedLocked();
-        changed.undoCount = position_;
-        changed.redoCount = int(steps_.size()) - position_;
     }
-    VLOG(30) << "Rendered \"" << target.name << "\" (" << target.steps.size() << " steps) in " << lastRenderMs_ << " ms";
+    {
+        std::lock_guard<std::mutex> lock(historyMutex_);
+        changed.saved = history_.IsSaved();
+        changed.undoCount = history_.GetUndoCount();
+        changed.redoCount = history_.GetRedoCount();
+    }
+    VLOG(30) << "Rendered \"" << target.name << "\" (" << target.steps.size() << " steps) in " << elapsedMs << " ms";
 
     PublishDrawer(&IDrawerEventHandler::HandleFrame,
                   IDrawerEventHandler::DrawerEventFrame("Frame", target.name, -1, target.reason));
@@ -824,17 +793,14 @@ void CoreEngine::RunRender(const RenderTarget& target)
     changed.text = "History";
     changed.description = target.name;
     PublishCore(&ICoreEventHandler::HandleStateChanged, changed);
+    PublishCore(&ICoreEventHandler::HandleJobDone, jobs_.Finish(jobId, outcome));
     BuildLevels(display);
 }
 
 void CoreEngine::RunPreview(const std::shared_ptr<const Proc::SettingsBase>& settings)
 {
-    DataVideoPtr base;
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        base = currentDisplay_ ? currentDisplay_ : preview_;
-        lastPreview_.reset(); // its frame is about to be superseded
-    }
+    const DataVideoPtr base = frames_.GetDisplay();
+    lastPreview_.Clear(); // its frame is about to be superseded
     if (!base)
         return;
     DataVideoPtr frame;
@@ -845,20 +811,14 @@ void CoreEngine::RunPreview(const std::shared_ptr<const Proc::SettingsBase>& set
         LOG(WARNING) << "Preview of \"" << settings->GetDisplayName() << "\" failed: " << e.what();
         return;
     }
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        lastPreview_ = std::make_unique<PreviewResult>(PreviewResult {base, settings, frame});
-    }
+    lastPreview_.Store({base, settings, frame});
     PublishDrawer(&IDrawerEventHandler::HandleFrameTemporary,
                   IDrawerEventHandler::DrawerEventFrameTemporary("Preview", settings->GetDisplayName(), 1, frame));
 }
 
 void CoreEngine::RunCancelPreview()
 {
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        lastPreview_.reset();
-    }
+    lastPreview_.Clear();
     PublishDrawer(&IDrawerEventHandler::HandleFrame,
                   IDrawerEventHandler::DrawerEventFrame("Preview cancelled", "", -1,
                                                         IDrawerEventHandler::DrawerEventFrame::REASON_PREVIEW_END));
@@ -879,63 +839,43 @@ void CoreEngine::BuildLevels(const DataVideoPtr& display)
     VLOG(30) << "Reduced levels (" << display->GetLevelCount() << ") built in " << MillisecondsSince(start) << " ms";
 }
 
-// ---------------------------------------------------------------------------------------------
-// Snapshots
-
-const SettingsCore* CoreEngine::MakeSnapshotLocked(const Conf::FrameInfo& info) const
+int CoreEngine::MinAlphaOf(const DataVideoPtr& frame, const std::vector<EditStep>& steps) const
 {
-    auto settings = std::make_unique<SettingsCore>();
+    if (!source_.header.hasAlpha || !frame)
+        return -1;
+    for (const auto& step : steps)
+        if (RemovesAlpha(*step.settings))
+            return -1;
+    return FrameOps::MinAlpha(*frame);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Frame settings
+
+std::shared_ptr<const SettingsCore> CoreEngine::MakeSettingsLocked(const Conf::FrameInfo& info) const
+{
+    auto settings = std::make_shared<SettingsCore>();
     settings->SetFrameInfo(info);
     settings->GetGeneral().SetFileName(fileName_);
     settings->GetPassThrough().SetResolution(source_.header.dpi);
-    const DataVideoPtr& frame = currentWorking_ ? currentWorking_ : originalWorking_;
+    DataVideoPtr frame = frames_.GetWorking();
+    if (!frame)
+        frame = initialWorking_;
     settings->SetPixFmt(frame ? frame->GetPixFmt()
                               : (source_.header.sixteenBit && allowSixteenBit_ ? int(Proc::PIX_FMT_RGBA64)
                                                                                : int(Proc::PIX_FMT_BGRA32)));
     settings->SetFileSize(source_.fileSize);
-    snapshots_.push_back(std::move(settings));
-    return snapshots_.back().get();
+    return settings;
 }
 
 Conf::FrameInfo CoreEngine::LogicalInfoLocked(std::size_t stepCount) const
 {
-    Conf::FrameInfo info = originalWorking_ ? originalWorking_->GetFrameInfo() : source_.header.Upright();
-    for (std::size_t i = 0; i < stepCount && i < steps_.size(); ++i)
-        info = FrameOps::ResultInfo(info, *steps_[i].settings);
+    const DataVideoPtr original = frames_.GetOriginalWorking();
+    Conf::FrameInfo info = original ? original->GetFrameInfo() : source_.header.Upright();
+    const std::vector<EditStep>& steps = history_.GetSteps();
+    for (std::size_t i = 0; i < stepCount && i < steps.size(); ++i)
+        info = FrameOps::ResultInfo(info, *steps[i].settings);
     return info;
-}
-
-const SettingsCore* CoreEngine::StepSnapshotLocked(std::size_t stepIndex) const
-{
-    const std::uint64_t id = steps_[stepIndex].id;
-    const auto it = stepSettings_.find(id);
-    if (it != stepSettings_.end())
-        return it->second;
-    Conf::FrameInfo info;
-    try {
-        info = LogicalInfoLocked(stepIndex + 1);
-    } catch (const std::exception&) {
-        return nullptr;
-    }
-    const SettingsCore* made = MakeSnapshotLocked(info);
-    stepSettings_[id] = made;
-    return made;
-}
-
-bool CoreEngine::HasAlphaChannelLocked() const
-{
-    const bool sourceAlpha = source_.header.hasAlpha;
-    if (!sourceAlpha)
-        return false;
-    for (std::uint64_t id : renderedIds_) {
-        const auto it = std::find_if(steps_.begin(), steps_.end(), [id](const EditStep& s) { return s.id == id; });
-        if (it != steps_.end() && std::string(it->settings->GetClassId()) == Proc::SettingsColorspaceConverter::CLASS_ID) {
-            const auto& convert = static_cast<const Proc::SettingsColorspaceConverter&>(*it->settings);
-            if (convert.flattenAlpha && !(convert.formats.size() && Proc::HasAlphaChannel(convert.formats.front())))
-                return false;
-        }
-    }
-    return true;
 }
 
 } // namespace Quelto::Lumindra::PhotoCore

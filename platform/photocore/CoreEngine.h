@@ -16,14 +16,19 @@
 #include "core/IProgressController.h"
 #include "core/IoPath.h"
 #include "photocore/CoreEventForwarder.h"
+#include "photocore/CoreFrames.h"
+#include "photocore/CoreJobs.h"
 #include "photocore/DrawerEventForwarder.h"
+#include "photocore/EditHistory.h"
 #include "photocore/ICoreEventSource.h"
 #include "photocore/IDebug.h"
 #include "photocore/IPhotoCoreDrawer.h"
 #include "photocore/IPhotoCoreProcessing.h"
 #include "photocore/ImageDecoder.h"
 #include "photocore/ImageSource.h"
+#include "photocore/PreviewCache.h"
 #include "photocore/RenderQueue.h"
+#include "photocore/SelectionStore.h"
 #include "photocore/SettingsCore.h"
 #include "proc/EffectSettings.h"
 
@@ -39,28 +44,19 @@ struct CoreSource {
     std::int64_t fileModifiedMs = 0;  // its modification time then (ms since the epoch)
 };
 
-// One step of the edit history. Immutable once made; shared between the history and the jobs
-// that render it.
-struct EditStep {
-    std::uint64_t id = 0;
-    std::shared_ptr<const Proc::SettingsBase> settings;
-};
-
-// The history as it can be written out and restored.
-struct HistoryState {
-    std::vector<std::shared_ptr<const Proc::SettingsBase>> steps; // applied and redoable, oldest first
-    int position = 0;      // steps applied
-    int savedPosition = 0; // position of the saved state; -1 when it can no longer be reached
-};
-
-// The state and the render thread of one editing core. The core object that users hold
+// The jobs of one editing core and the state they share. The core object that users hold
 // (EditingCore) forwards to it; it is shared with the jobs on the render thread so that a job
 // can finish safely even if the core's last reference is dropped while it runs.
 //
-// Threads: queries and edit requests come from any thread. The history is updated at once on
-// the calling thread (so counts and the saved state are current when a request returns);
-// frames are rendered on the render thread, which also raises every event. After Shutdown()
-// no event is raised any more.
+// The state is split by responsibility: the edit history (EditHistory, guarded by historyMutex_),
+// the frames (CoreFrames), the last preview (PreviewCache) and the selections (SelectionStore),
+// each guarding itself. Frame settings are immutable snapshots handed out as shared values.
+//
+// Threads: queries and requests come from any thread and return at once. The history is updated
+// on the calling thread (so counts and the saved state are current when a request returns); the
+// long work (open, render, snapshot, save) runs as jobs on the render thread, one at a time, and
+// each ends with a job-done event (success, or a reason a person can read). The render thread
+// raises every event. After Shutdown() no event is raised any more.
 class CoreEngine : public std::enable_shared_from_this<CoreEngine>,
                    public ICoreEventSource,
                    public IPhotoCoreProcessing,
@@ -79,7 +75,7 @@ public:
     // already there), then the reduced levels.
     void PostLoad();
     // Blocks until the full frame is ready (true) or its decode failed (false, `error` set).
-    bool WaitForFullFrame(std::string* error) const;
+    bool WaitForFullFrame(std::string* error) const { return frames_.WaitForFull(error); }
     // For restored cores: the history to rebuild, rendered after the load.
     void RestoreHistory(const HistoryState& history);
     void SetFileName(const std::string& utf8Name);
@@ -100,7 +96,7 @@ public:
     // --- Drawer ---
     Proc::DataVideoPtr GetVideo() const;
     Proc::DataVideoPtr GetOriginalVideo() const;
-    const SettingsCore& GetFrameSettings(int index) const;
+    std::shared_ptr<const SettingsCore> GetFrameSettings(int index) const;
     void ApplyEffect(const Proc::SettingsBase& settings);
     void PreviewEffect(const Proc::SettingsBase& settings);
     void CancelPreview();
@@ -112,7 +108,7 @@ public:
     bool WaitForIdle(int timeoutMs) const { return queue_.WaitForIdle(timeoutMs); }
 
     // Asks the drawable (on the calling UI thread) for the overlay items alone, over
-    // transparency, at the size of the current frame. Null without a drawable or overlay.
+    // transparency. Null without a drawable or when it has no items.
     Proc::DataVideoPtr RenderOverlay();
 
     // --- History ---
@@ -147,6 +143,14 @@ public:
     // Queues `fn` on the render thread without waiting.
     void PostTask(std::function<void()> fn);
 
+    // Starts `work` as a job of `kind` on the render thread, after the queued ones, and returns
+    // its id at once. The job-done event carries what `work` returns (its text and code), or
+    // the reason when it throws.
+    std::uint64_t StartJob(int kind, std::string fileName, std::function<CoreJobs::Outcome()> work);
+    // Waits until job `id` ended and returns its event. On the application's UI thread the
+    // window keeps painting and its timers keep running meanwhile (user input waits).
+    ICoreEventHandler::CoreEventJobDone WaitForJob(std::uint64_t id) { return jobs_.Wait(id); }
+
     // --- Settings ---
     void SetColorspaceConverterSettings(const Proc::SettingsColorspaceConverter& settings);
     void SetLanguage(const std::string& language);
@@ -154,13 +158,9 @@ public:
     void SetProgressController(const boost::intrusive_ptr<Core::IProgressController>& progress);
     boost::intrusive_ptr<Core::IProgressController> GetProgressController() const;
 
-    // --- Selections (kept in memory; their files are the IO engine's business) ---
-    void StoreSelection(const std::string& key, const Proc::DataVideoPtr& selection);
-    Proc::DataVideoPtr FindSelection(const std::string& key) const;
-    void ReleaseSelection(const std::string& key);
-    // Released since last stored: its file, if still on disk, is on its way out and not to be read.
-    bool IsSelectionReleased(const std::string& key) const;
-    std::vector<std::string> GetSelectionKeys() const;
+    // Selections (kept in memory; their files are the IO engine's business).
+    SelectionStore& GetSelections() { return selections_; }
+    const SelectionStore& GetSelections() const { return selections_; }
 
     // --- IPhotoCoreProcessing ---
     bool IsScaledForMemory() const override;
@@ -173,7 +173,7 @@ public:
     int GetRenderCount() const override;
 
 private:
-    enum JobKind { JOB_LOAD, JOB_RENDER, JOB_PREVIEW, JOB_CANCEL_PREVIEW, JOB_TASK };
+    enum QueueKind { QUEUE_LOAD, QUEUE_RENDER, QUEUE_PREVIEW, QUEUE_CANCEL_PREVIEW, QUEUE_TASK };
 
     // What a render job brings the current frame to, with what it announces afterwards.
     struct RenderTarget {
@@ -186,26 +186,21 @@ private:
         bool savedChanged = false;
     };
 
-    // The result of the last preview, kept so that committing the same settings reuses it.
-    struct PreviewResult {
-        Proc::DataVideoPtr base;
-        std::shared_ptr<const Proc::SettingsBase> settings;
-        Proc::DataVideoPtr frame;
-    };
-
-    void RunLoad();
-    void RunRender(const RenderTarget& target);
+    void RunLoad(std::uint64_t jobId);
+    void RunRender(const RenderTarget& target, std::uint64_t jobId);
     void RunPreview(const std::shared_ptr<const Proc::SettingsBase>& settings);
     void RunCancelPreview();
+    void FinishLoadFailed(std::uint64_t jobId, const std::string& name, const std::string& message);
 
-    // Caller holds mutex_.
+    // Caller holds historyMutex_.
     RenderTarget MakeTargetLocked(int reason, const std::string& name, bool wasSaved) const;
-    // Snapshots are append-only: making one for a query does not change the core's state.
-    const SettingsCore* MakeSnapshotLocked(const Conf::FrameInfo& info) const;
-    const SettingsCore* StepSnapshotLocked(std::size_t stepIndex) const;
     Conf::FrameInfo LogicalInfoLocked(std::size_t stepCount) const;
-    bool IsSavedLocked() const { return position_ == savedPosition_; }
-    bool HasAlphaChannelLocked() const;
+    // Smallest alpha of a frame that shows `steps`; -1 when it has no alpha channel. Scans the
+    // pixels: render thread (or a small frame).
+    int MinAlphaOf(const Proc::DataVideoPtr& frame, const std::vector<EditStep>& steps) const;
+    // Caller holds metaMutex_.
+    std::shared_ptr<const SettingsCore> MakeSettingsLocked(const Conf::FrameInfo& info) const;
+    std::string GetFileName() const;
 
     void PostRender(RenderTarget target);
     void BuildLevels(const Proc::DataVideoPtr& display);
@@ -233,40 +228,25 @@ private:
     std::atomic<IDrawable*> drawable_ {nullptr};
     std::atomic<bool> overlayOnly_ {false};
 
-    mutable std::mutex mutex_; // guards everything from here to the render queue
-    mutable std::condition_variable fullFrameChanged_;
-    Proc::DataVideoPtr preview_;         // display frame shown until the full frame is there
-    Proc::DataVideoPtr originalWorking_; // the full decode
-    Proc::DataVideoPtr originalDisplay_;
-    Proc::DataVideoPtr currentWorking_;
-    Proc::DataVideoPtr currentDisplay_;
-    std::vector<std::uint64_t> renderedIds_; // the steps the current frame shows
-    std::unique_ptr<PreviewResult> lastPreview_;
-    bool fullReady_ = false;
-    bool loadFailed_ = false;
-    std::string loadError_;
-    bool scaledForMemory_ = false;
+    CoreFrames frames_;
+    PreviewCache lastPreview_;
+    SelectionStore selections_;
+    CoreJobs jobs_;
+
+    mutable std::mutex historyMutex_; // guards history_
+    EditHistory history_;
+
+    mutable std::mutex metaMutex_; // guards everything from here to the render queue
+    std::shared_ptr<const SettingsCore> currentSettings_;
+    std::shared_ptr<const SettingsCore> originalSettings_;
+    // The full-resolution frame the factory decoded before the core was handed out (small
+    // pictures), shown as the preview until the load job announces it.
+    Proc::DataVideoPtr initialWorking_;
+    bool initialScaled_ = false;
     bool allowSixteenBit_ = true;
-
-    std::vector<EditStep> steps_;
-    int position_ = 0;
-    int savedPosition_ = 0;
-    std::uint64_t nextStepId_ = 1;
-
-    // Snapshots of frame settings: append-only, so references handed out stay valid.
-    mutable std::deque<std::unique_ptr<SettingsCore>> snapshots_;
-    const SettingsCore* currentSettings_ = nullptr;
-    const SettingsCore* originalSettings_ = nullptr;
-    mutable std::map<std::uint64_t, const SettingsCore*> stepSettings_; // by step id, made on demand
     std::string fileName_;
     std::uint64_t fileSize_ = 0;
     std::int64_t fileModifiedMs_ = 0;
-
-    mutable Proc::DataVideoPtr alphaFrame_; // the frame alphaMin_ was measured on
-    mutable std::uint8_t alphaMin_ = 255;
-
-    std::map<std::string, Proc::DataVideoPtr> selections_;
-    std::set<std::string> releasedSelections_;
     boost::intrusive_ptr<Core::IProgressController> progress_;
     std::string language_;
     double lastRenderMs_ = 0.0;

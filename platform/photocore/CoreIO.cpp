@@ -63,6 +63,19 @@ void WriteFrameAtomically(const Proc::IDataVideo& frame, const std::string& targ
     }
 }
 
+// Whether anything at all was drawn on a BGRA overlay.
+bool HasVisiblePixels(const Proc::IDataVideo& overlay)
+{
+    const Conf::FrameInfo& info = overlay.GetFrameInfo();
+    for (int y = 0; y < info.height; ++y) {
+        const std::uint8_t* row = overlay.GetData() + std::size_t(y) * std::size_t(overlay.GetStride());
+        for (int x = 0; x < info.width; ++x)
+            if (row[4 * x + 3] != 0)
+                return true;
+    }
+    return false;
+}
+
 } // namespace
 
 CoreIO::CoreIO(std::shared_ptr<CoreEngine> engine, MetadataSettings metadata, SettingsSave saveSettings,
@@ -87,31 +100,36 @@ ioPath CoreIO::GetSessionFolder() const
     return engine_->GetSessionFolder();
 }
 
-IPhotoCoreIO::SaveResult CoreIO::Save(const SettingsSave& settings)
+std::uint64_t CoreIO::StartSave(const SettingsSave& settings)
 {
+    const auto refuse = [this](SaveResult result, const std::string& target, std::string reason) {
+        LOG(ERROR) << "Saving " << target << " failed: " << reason;
+        return engine_->StartJob(ICoreEventHandler::CoreEventJobDone::JOB_SAVE, target, [result, reason] {
+            CoreJobs::Outcome outcome;
+            outcome.success = false;
+            outcome.code = int(result);
+            outcome.text = "Not saved";
+            outcome.reason = reason;
+            return outcome;
+        });
+    };
     std::string target = settings.GetFileName();
-    if (target.empty()) {
-        LOG(ERROR) << "Saving failed: no file name was given";
-        return SaveResultFailed;
-    }
+    if (target.empty())
+        return refuse(SaveResultFailed, target, "no file name was given");
     const QString suffix = QFileInfo(FromUtf8(target)).suffix();
     const std::string extension = settings.GetFileExt().empty() ? ToUtf8(suffix.toLower()) : settings.GetFileExt();
     const auto description = PhotoUtil::FormatHelper::GetFormatDescriptionForExtension(extension, true);
     const std::string codec = settings.GetCodecID().empty() ? description.second.codecId : settings.GetCodecID();
-    if (codec.empty() || !ImageEncoder::CanWrite(codec)) {
-        LOG(ERROR) << "Saving " << target << " refused: images cannot be written as \"" << extension << "\"";
-        return SaveResultFormatRefused;
-    }
+    if (codec.empty() || !ImageEncoder::CanWrite(codec))
+        return refuse(SaveResultFormatRefused, target, "images cannot be written as \"" + extension + "\"");
     if (suffix.isEmpty() && settings.GetForceSuffix() && !description.second.extensions.empty())
         target += "." + description.second.extensions.front();
 
     const QFileInfo targetInfo(FromUtf8(target));
     const QFileInfo folderInfo(targetInfo.absolutePath());
     if (!folderInfo.isDir() || !folderInfo.isWritable()
-        || (targetInfo.exists() && (!targetInfo.isFile() || !targetInfo.isWritable()))) {
-        LOG(ERROR) << "Saving " << target << " failed: the file or its folder cannot be written";
-        return SaveResultNotWritable;
-    }
+        || (targetInfo.exists() && (!targetInfo.isFile() || !targetInfo.isWritable())))
+        return refuse(SaveResultNotWritable, target, "the file or its folder cannot be written");
 
     const auto progress = engine_->GetProgressController();
     if (progress)
@@ -127,50 +145,83 @@ IPhotoCoreIO::SaveResult CoreIO::Save(const SettingsSave& settings)
     metadata.GetMetadata().SetTag(Proc::IImageMetadata::EXIF, Proc::IImageMetadata::BLOCK_IMAGE,
                                   Proc::IImageMetadata::TAG_ORIENTATION,
                                   Proc::IImageMetadata::VAL_ORIENTATION_NORMAL);
-    const double dpi = engine_->GetFrameSettings(-1).GetPassThrough().GetResolution();
+    const double dpi = engine_->GetFrameSettings(-1)->GetPassThrough().GetResolution();
     const std::string temporary = ToUtf8(folderInfo.absoluteFilePath() + QStringLiteral("/.") + targetInfo.fileName()
                                          + QLatin1Char('.')
                                          + QUuid::createUuid().toString(QUuid::Id128).left(12)
                                          + QStringLiteral(".part"));
-    try {
-        engine_->RunOnRenderThread([&] {
-            Proc::DataVideoPtr frame = engine_->GetWorkingFrame();
+    const std::shared_ptr<CoreEngine> engine = engine_;
+    const PhotoUtil::FormatSettingsList formatSettings = settings.GetFormatSettings();
+    return engine_->StartJob(ICoreEventHandler::CoreEventJobDone::JOB_SAVE, target, [=]() mutable {
+        CoreJobs::Outcome outcome;
+        try {
+            // On the render thread, after the renders asked for before the save.
+            Proc::DataVideoPtr frame = engine->GetWorkingFrame();
             if (!frame)
                 throw PhotoCoreException("the picture is not loaded");
-            if (overlay)
+            if (overlay && HasVisiblePixels(*overlay))
                 frame = FrameOps::CompositeOver(*frame, *overlay);
-            ImageEncoder::Write(*frame, codec, settings.GetFormatSettings(), dpi, temporary);
+            ImageEncoder::Write(*frame, codec, formatSettings, dpi, temporary);
             if (MetadataWritable(codec) && !metadata.GetMetadata().IsEmpty())
                 metadata.GetMetadata().WriteToFile(temporary);
-        });
-        if (targetInfo.exists())
-            QFile::setPermissions(FromUtf8(temporary), QFile::permissions(targetInfo.absoluteFilePath()));
-        if (std::rename(temporary.c_str(), target.c_str()) != 0)
-            throw PhotoCoreException(std::string("the file cannot be replaced: ") + std::strerror(errno));
-    } catch (const std::exception& e) {
-        QFile::remove(FromUtf8(temporary));
-        LOG(ERROR) << "Saving " << target << " failed: " << e.what();
+            if (QFileInfo::exists(FromUtf8(target)))
+                QFile::setPermissions(FromUtf8(temporary), QFile::permissions(FromUtf8(target)));
+            if (std::rename(temporary.c_str(), target.c_str()) != 0)
+                throw PhotoCoreException(std::string("the file cannot be replaced: ") + std::strerror(errno));
+        } catch (const std::exception& e) {
+            QFile::remove(FromUtf8(temporary));
+            LOG(ERROR) << "Saving " << target << " failed: " << e.what();
+            if (progress)
+                progress->End();
+            outcome.success = false;
+            outcome.code = int(SaveResultFailed);
+            outcome.text = "Not saved";
+            outcome.reason = e.what();
+            return outcome;
+        }
+        engine->MarkSaved(target);
+        const std::string& source = engine->GetSource().path.utf8string();
+        if (!source.empty() && QFileInfo(FromUtf8(source)) == QFileInfo(FromUtf8(target))) {
+            const QFileInfo written(FromUtf8(target)); // the core wrote it: not a change from outside
+            engine->SetFileBaseline(std::uint64_t(written.size()), written.lastModified().toMSecsSinceEpoch());
+        }
         if (progress)
             progress->End();
-        return SaveResultFailed;
-    }
-
-    engine_->MarkSaved(target);
-    const std::string& source = engine_->GetSource().path.utf8string();
-    if (!source.empty() && QFileInfo(FromUtf8(source)) == QFileInfo(FromUtf8(target))) {
-        const QFileInfo written(FromUtf8(target)); // the core wrote it: not a change from outside
-        engine_->SetFileBaseline(std::uint64_t(written.size()), written.lastModified().toMSecsSinceEpoch());
-    }
-    if (progress)
-        progress->End();
-    VLOG(30) << "Saved " << target << " as " << codec;
-    return SaveResultSuccess;
+        VLOG(30) << "Saved " << target << " as " << codec;
+        outcome.code = int(SaveResultSuccess);
+        outcome.text = "Saved";
+        return outcome;
+    });
 }
 
-void CoreIO::SaveSession()
+IPhotoCoreIO::SaveResult CoreIO::Save(const SettingsSave& settings)
 {
-    if (!serializer_->WriteOut())
-        LOG(ERROR) << "Session of " << engine_->GetSessionId() << " could not be saved";
+    const ICoreEventHandler::CoreEventJobDone done = WaitForJob(StartSave(settings));
+    if (done.success)
+        return SaveResultSuccess;
+    return done.code != int(SaveResultSuccess) ? SaveResult(done.code) : SaveResultFailed;
+}
+
+ICoreEventHandler::CoreEventJobDone CoreIO::WaitForJob(std::uint64_t id)
+{
+    return engine_->WaitForJob(id);
+}
+
+std::uint64_t CoreIO::SaveSession()
+{
+    const boost::intrusive_ptr<PhotoUtil::ISerializer> serializer = serializer_;
+    const std::string sessionId = engine_->GetSessionId();
+    return engine_->StartJob(ICoreEventHandler::CoreEventJobDone::JOB_SNAPSHOT, engine_->GetSource().path.utf8string(),
+                             [serializer, sessionId] {
+                                 CoreJobs::Outcome outcome;
+                                 outcome.text = "Session saved";
+                                 if (!serializer->WriteOut()) {
+                                     LOG(ERROR) << "Session of " << sessionId << " could not be saved";
+                                     outcome.success = false;
+                                     outcome.reason = "The session could not be written to the temporary folder";
+                                 }
+                                 return outcome;
+                             });
 }
 
 bool CoreIO::IsSaved() const
@@ -187,7 +238,7 @@ std::string CoreIO::SelectionFileName(const ioPath& key)
 
 void CoreIO::StoreSelection(const ioPath& key, const Proc::DataVideoPtr& selection)
 {
-    engine_->StoreSelection(key.utf8string(), selection);
+    engine_->GetSelections().Store(key.utf8string(), selection);
     const std::shared_ptr<CoreEngine> engine = engine_;
     const std::string file = SelectionFileName(key);
     // The file is written on the render thread: a selection may be as large as the picture.
@@ -206,11 +257,11 @@ void CoreIO::StoreSelection(const ioPath& key, const Proc::DataVideoPtr& selecti
 
 Proc::DataVideoPtr CoreIO::LoadSelection(const ioPath& key)
 {
-    if (Proc::DataVideoPtr selection = engine_->FindSelection(key.utf8string()))
+    if (Proc::DataVideoPtr selection = engine_->GetSelections().Find(key.utf8string()))
         return selection;
     // The file of a released selection is removed on the render thread; until then it must not
     // come back from the disk.
-    if (engine_->IsSelectionReleased(key.utf8string()))
+    if (engine_->GetSelections().IsReleased(key.utf8string()))
         return nullptr;
     // A restored session finds its selections in the folder only.
     const std::string path = (engine_->GetSessionFolder() / SelectionFileName(key)).utf8string();
@@ -221,7 +272,7 @@ Proc::DataVideoPtr CoreIO::LoadSelection(const ioPath& key)
         DecodeOptions options;
         options.allowSixteenBit = false;
         Proc::DataVideoPtr selection = ImageDecoder::DecodeFull(path, header, options).frame;
-        engine_->StoreSelection(key.utf8string(), selection);
+        engine_->GetSelections().Store(key.utf8string(), selection);
         return selection;
     } catch (const std::exception& e) {
         LOG(WARNING) << "Selection " << path << " cannot be read: " << e.what();
@@ -231,7 +282,7 @@ Proc::DataVideoPtr CoreIO::LoadSelection(const ioPath& key)
 
 void CoreIO::ReleaseSelection(const ioPath& key)
 {
-    engine_->ReleaseSelection(key.utf8string());
+    engine_->GetSelections().Release(key.utf8string());
     const std::shared_ptr<CoreEngine> engine = engine_;
     const std::string file = SelectionFileName(key);
     engine_->PostTask([engine, file] { QFile::remove(FromUtf8((engine->GetSessionFolder() / file).utf8string())); });

@@ -13,7 +13,7 @@ class CoreEngine;
 
 // The IO engine of one core: its source file and metadata, saving, the session folder and the
 // selections. The metadata and save settings are plain values for the UI thread (not
-// thread-safe); Save encodes on the core's render thread while the caller waits.
+// thread-safe); saves and session write-outs are jobs on the core's render thread.
 class CoreIO : public IPhotoCoreIO {
 public:
     CoreIO(std::shared_ptr<CoreEngine> engine, MetadataSettings metadata, SettingsSave saveSettings,
@@ -27,8 +27,10 @@ public:
     ioPath GetSessionFolder() const override;
 
     const SettingsSave& GetSaveSettings() const override { return saveSettings_; }
+    std::uint64_t StartSave(const SettingsSave& settings) override;
     SaveResult Save(const SettingsSave& settings) override;
-    void SaveSession() override;
+    ICoreEventHandler::CoreEventJobDone WaitForJob(std::uint64_t id) override;
+    std::uint64_t SaveSession() override;
     bool IsSaved() const override;
 
     void StoreSelection(const ioPath& key, const Proc::DataVideoPtr& selection) override;

@@ -60,7 +60,7 @@ bool CoreSerializer::WriteOut()
         state.sourcePath = source.path.utf8string();
         state.key = source.key;
         state.imageSource = int(source.source);
-        state.fileName = engine->GetFrameSettings(-1).GetGeneral().GetFileName();
+        state.fileName = engine->GetFrameSettings(-1)->GetGeneral().GetFileName();
         const auto [size, modified] = engine->GetFileBaseline();
         state.fileSize = size;
         state.fileModifiedMs = modified;

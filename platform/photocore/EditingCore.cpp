@@ -36,7 +36,7 @@ Proc::DataVideoPtr EditingCore::GetOriginalVideo() const
     return engine_->GetOriginalVideo();
 }
 
-const SettingsCore& EditingCore::GetFrameSettings(int index) const
+std::shared_ptr<const SettingsCore> EditingCore::GetFrameSettings(int index) const
 {
     return engine_->GetFrameSettings(index);
 }

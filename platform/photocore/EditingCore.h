@@ -26,7 +26,7 @@ public:
     Proc::DataVideoPtr GetVideo() const override;
     Proc::DataVideoPtr GetVideoWithMask() const override;
     Proc::DataVideoPtr GetOriginalVideo() const override;
-    const SettingsCore& GetFrameSettings(int index) const override;
+    std::shared_ptr<const SettingsCore> GetFrameSettings(int index) const override;
     IDebug* GetDebugEngine() const override;
     void ApplyEffect(const boost::intrusive_ptr<Proc::IEffectSettings>& effect) override;
     void PreviewEffect(const boost::intrusive_ptr<Proc::IEffectSettings>& effect) override;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -44,10 +45,24 @@ public:
         int redoCount = 0;
     };
 
+    // A job of the core ended: opening (the full decode), rendering the history, a snapshot of
+    // the session, or a save. `success` false comes with a reason a person can read.
+    struct CoreEventJobDone {
+        enum Kind { JOB_OPEN = 0, JOB_RENDER = 1, JOB_SNAPSHOT = 2, JOB_SAVE = 3 };
+        std::uint64_t id = 0;
+        int kind = JOB_OPEN;
+        bool success = true;
+        int code = 0;         // the job's own result code (a save's SaveResult)
+        std::string text;     // what was done, for logs and status lines
+        std::string reason;   // why it failed; empty on success
+        std::string fileName; // the file concerned (UTF-8), may be empty
+    };
+
     virtual ~ICoreEventHandler() = default;
     virtual void HandleThrow(const ThrowEvent&) {}
     virtual void HandleLoaded(const CoreEventLoaded&) {}
     virtual void HandleStateChanged(const CoreEventStateChanged&) {}
+    virtual void HandleJobDone(const CoreEventJobDone&) {}
 };
 
 } // namespace Quelto::Lumindra::PhotoCore

@@ -11,6 +11,8 @@ class IDrawable {
 public:
     virtual ~IDrawable() = default;
     virtual Proc::DataVideoPtr GetVideo(const Proc::CropInfo& crop) = 0;
+    // Whether there is anything to draw: without items, GetVideo would only give transparency.
+    virtual bool HasOverlayItems() const { return true; }
 };
 
 } // namespace Quelto::Lumindra::PhotoCore

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include <boost/intrusive_ptr.hpp>
 
@@ -33,9 +34,10 @@ public:
     virtual Proc::DataVideoPtr GetVideoWithMask() const = 0; // the current frame with the mask overlay
     virtual Proc::DataVideoPtr GetOriginalVideo() const = 0; // the image as opened, before any edit
 
-    // Settings of frame `index`; -1 is the current frame. The reference stays valid for the
-    // core's life (settings are kept as immutable snapshots).
-    virtual const SettingsCore& GetFrameSettings(int index) const = 0;
+    // Settings of frame `index`; -1 is the current frame, 0 the image as opened, n the state
+    // after the n-th step of the history. An immutable snapshot: it does not follow later
+    // changes. Empty settings for an index beyond the history.
+    virtual std::shared_ptr<const SettingsCore> GetFrameSettings(int index) const = 0;
 
     virtual IDebug* GetDebugEngine() const = 0;
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "core/IoPath.h"
+#include "photocore/ICoreEventHandler.h"
 #include "photocore/MetadataSettings.h"
 #include "photocore/SettingsSave.h"
 #include "proc/IDataVideo.h"
@@ -32,11 +33,20 @@ public:
 
     // The save settings the next save starts from (format and metadata of the source).
     virtual const SettingsSave& GetSaveSettings() const = 0;
-    // Writes the current image through a temporary file and an atomic rename, so a failure
-    // leaves any previous file untouched. UI thread (it asks the drawable for the overlay).
+    // Starts writing the current image (with the edits asked for until now) as a job of the core
+    // and returns the job's id at once. The file is written through a temporary file and an
+    // atomic rename, so a failure leaves any previous file untouched. The job-done event (kind
+    // JOB_SAVE) carries the SaveResult as its code and, on failure, the reason. UI thread (it
+    // asks the drawable for the overlay).
+    virtual std::uint64_t StartSave(const SettingsSave& settings) = 0;
+    // StartSave, then waits for the job (the window keeps painting meanwhile; see WaitForJob).
     virtual SaveResult Save(const SettingsSave& settings) = 0;
-    // Writes the session (history and current state) to the session folder.
-    virtual void SaveSession() = 0;
+    // Waits until the core's job `id` has ended and returns its job-done event. On the UI thread
+    // the window keeps painting and its timers run; user input waits until it returns.
+    virtual ICoreEventHandler::CoreEventJobDone WaitForJob(std::uint64_t id) = 0;
+    // Starts writing the session (history and current state) to the session folder as a job
+    // (kind JOB_SNAPSHOT) and returns its id at once.
+    virtual std::uint64_t SaveSession() = 0;
     // True while the image has no changes since it was opened or last saved.
     virtual bool IsSaved() const = 0;
 

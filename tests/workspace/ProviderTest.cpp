@@ -65,7 +65,7 @@ public:
     Proc::DataVideoPtr GetVideo() const override { return nullptr; }
     Proc::DataVideoPtr GetVideoWithMask() const override { return nullptr; }
     Proc::DataVideoPtr GetOriginalVideo() const override { return nullptr; }
-    const PhotoCore::SettingsCore& GetFrameSettings(int) const override { return frameSettings_; }
+    std::shared_ptr<const PhotoCore::SettingsCore> GetFrameSettings(int) const override { return std::make_shared<PhotoCore::SettingsCore>(frameSettings_); }
     PhotoCore::IDebug* GetDebugEngine() const override { return nullptr; }
     void ApplyEffect(const boost::intrusive_ptr<Proc::IEffectSettings>&) override {}
     void PreviewEffect(const boost::intrusive_ptr<Proc::IEffectSettings>&) override {}
@@ -95,7 +95,9 @@ private:
     ioPath GetSessionFolder() const override { return sessionFolder; }
     const PhotoCore::SettingsSave& GetSaveSettings() const override { return save_; }
     SaveResult Save(const PhotoCore::SettingsSave&) override { return SaveResultFailed; }
-    void SaveSession() override {}
+    std::uint64_t StartSave(const PhotoCore::SettingsSave&) override { return 0; }
+    PhotoCore::ICoreEventHandler::CoreEventJobDone WaitForJob(std::uint64_t) override { return {}; }
+    std::uint64_t SaveSession() override { return 0; }
     bool IsSaved() const override { return !unsavedChanges; }
     void StoreSelection(const ioPath&, const Proc::DataVideoPtr&) override {}
     Proc::DataVideoPtr LoadSelection(const ioPath&) override { return nullptr; }

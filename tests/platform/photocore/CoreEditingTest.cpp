@@ -70,8 +70,8 @@ TEST(CoreEditing, UndoGivesBackTheOriginalPixelsAndRedoTheEdits)
     EXPECT_EQ(statistics[IStatisticsEventHandler::KEY_EDITS], "Adjust,Rotate,Crop");
     // Frame settings by step: the source, then after each edit; nothing past the last.
     for (auto [step, width] : {std::pair {0, 640}, {1, 640}, {2, 480}, {3, 300}})
-        EXPECT_EQ(core->GetFrameSettings(step).GetFrameInfo().width, width) << "step " << step;
-    EXPECT_TRUE(core->GetFrameSettings(4).GetFrameInfo().IsEmpty());
+        EXPECT_EQ(core->GetFrameSettings(step)->GetFrameInfo().width, width) << "step " << step;
+    EXPECT_TRUE(core->GetFrameSettings(4)->GetFrameInfo().IsEmpty());
 
     core->Undo();
     core->Undo();

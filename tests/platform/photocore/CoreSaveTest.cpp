@@ -44,7 +44,7 @@ TEST(CoreSave, WritesTheUprightPictureWithOrientationOneAndItsMetadata)
     settings.MetadataSettingsRef().GetMetadata().SetTag(Meta::EXIF, Meta::BLOCK_IMAGE, Meta::TAG_ARTIST, "Someone");
     ASSERT_EQ(core->GetIOEngine().Save(settings), IPhotoCoreIO::SaveResultSuccess);
     EXPECT_TRUE(core->GetIOEngine().IsSaved());
-    EXPECT_EQ(core->GetFrameSettings(-1).GetGeneral().GetFileName(), sandbox.FilePathUtf8("out.jpg"));
+    EXPECT_EQ(core->GetFrameSettings(-1)->GetGeneral().GetFileName(), sandbox.FilePathUtf8("out.jpg"));
     EXPECT_TRUE(PartFiles(sandbox.Path()).isEmpty());
 
     PhotoCorePtr reopened = PhotoCoreFactory::Create(ioPath(sandbox.FilePathUtf8("out.jpg")), "k");
@@ -136,7 +136,7 @@ TEST(CoreSave, SavingOverTheSourceKeepsTheCoreCurrent)
     ASSERT_EQ(deepCore->GetIOEngine().Save(SaveAs(*deepCore, png)), IPhotoCoreIO::SaveResultSuccess);
     PhotoCorePtr reopened = PhotoCoreFactory::Create(ioPath(png.toStdString()), "k");
     ASSERT_TRUE(reopened->WaitForIdle(T::kDefaultWaitMs));
-    EXPECT_EQ(reopened->GetFrameSettings(-1).GetPixFmt(), Proc::PIX_FMT_RGBA64);
+    EXPECT_EQ(reopened->GetFrameSettings(-1)->GetPixFmt(), Proc::PIX_FMT_RGBA64);
 }
 
 } // namespace

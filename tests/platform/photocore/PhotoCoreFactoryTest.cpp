@@ -49,7 +49,7 @@ TEST(PhotoCoreFactory, LargeJpegShowsPreviewThenFullFrameFromTheRenderThread)
     EXPECT_EQ(full->GetFrameInfo().height, 3000);
     EXPECT_TRUE(full->IsOpaque());
     EXPECT_GT(full->GetLevelCount(), 1) << "levels are built after the full frame";
-    EXPECT_EQ(core->GetFrameSettings(-1).GetFrameInfo().width, 4000);
+    EXPECT_EQ(core->GetFrameSettings(-1)->GetFrameInfo().width, 4000);
 
     EXPECT_EQ(recorder.Sequence(), "temporary loaded frame loaded");
     const auto entries = recorder.Entries();
@@ -116,7 +116,7 @@ TEST(PhotoCoreFactory, ReadsTheMetadataTagsOfTheFile)
     EXPECT_EQ(info.Get("size"), std::to_string(QFileInfo(T::TestDataPath("exif-samples/jpg/long_description.jpg")).size()));
     EXPECT_FALSE(info.Get("modified").empty());
     EXPECT_EQ(described->GetIOEngine().GetSaveSettings().GetCodecID(), "jpeg");
-    EXPECT_DOUBLE_EQ(described->GetFrameSettings(-1).GetPassThrough().GetResolution(), 72.0);
+    EXPECT_DOUBLE_EQ(described->GetFrameSettings(-1)->GetPassThrough().GetResolution(), 72.0);
 }
 
 // Metadata the metadata library cannot parse costs the metadata, not the picture.
@@ -186,7 +186,7 @@ TEST(PhotoCoreFactory, SixteenBitPngStaysSixteenBitAndDisplaysAsBgra)
 
     PhotoCorePtr core = Open(path);
     ASSERT_TRUE(core->WaitForIdle(T::kDefaultWaitMs));
-    EXPECT_EQ(core->GetFrameSettings(-1).GetPixFmt(), Proc::PIX_FMT_RGBA64);
+    EXPECT_EQ(core->GetFrameSettings(-1)->GetPixFmt(), Proc::PIX_FMT_RGBA64);
     const Proc::DataVideoPtr shown = core->GetVideo();
     ASSERT_TRUE(shown);
     EXPECT_EQ(shown->GetPixFmt(), Proc::PIX_FMT_BGRA32);

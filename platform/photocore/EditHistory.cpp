@@ -1,0 +1,74 @@
+#include "photocore/EditHistory.h"
+
+#include <algorithm>
+
+namespace Quelto::Lumindra::PhotoCore {
+
+void EditHistory::Push(std::shared_ptr<const Proc::SettingsBase> settings)
+{
+    steps_.resize(std::size_t(position_));
+    if (savedPosition_ > position_)
+        savedPosition_ = -1; // the saved state was undone and is now overwritten
+    steps_.push_back({nextId_++, std::move(settings)});
+    ++position_;
+}
+
+bool EditHistory::Undo()
+{
+    if (position_ == 0)
+        return false;
+    --position_;
+    return true;
+}
+
+bool EditHistory::Redo()
+{
+    if (position_ >= int(steps_.size()))
+        return false;
+    ++position_;
+    return true;
+}
+
+void EditHistory::Restore(const HistoryState& state)
+{
+    steps_.clear();
+    for (const auto& settings : state.steps)
+        steps_.push_back({nextId_++, settings});
+    position_ = std::clamp(state.position, 0, int(steps_.size()));
+    savedPosition_ = state.savedPosition >= 0 && state.savedPosition <= int(steps_.size()) ? state.savedPosition : -1;
+}
+
+HistoryState EditHistory::GetState() const
+{
+    HistoryState state;
+    for (const auto& step : steps_)
+        state.steps.push_back(step.settings);
+    state.position = position_;
+    state.savedPosition = savedPosition_;
+    return state;
+}
+
+std::vector<EditStep> EditHistory::GetApplied() const
+{
+    return {steps_.begin(), steps_.begin() + position_};
+}
+
+std::vector<std::string> EditHistory::GetAppliedNames() const
+{
+    std::vector<std::string> names;
+    for (int i = 0; i < position_; ++i)
+        names.push_back(steps_[std::size_t(i)].settings->GetDisplayName());
+    return names;
+}
+
+std::string EditHistory::GetUndoName() const
+{
+    return position_ > 0 ? steps_[std::size_t(position_ - 1)].settings->GetDisplayName() : std::string();
+}
+
+std::string EditHistory::GetRedoName() const
+{
+    return position_ < int(steps_.size()) ? steps_[std::size_t(position_)].settings->GetDisplayName() : std::string();
+}
+
+} // namespace Quelto::Lumindra::PhotoCore
