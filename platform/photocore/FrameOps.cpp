@@ -4,12 +4,14 @@
 #include <array>
 #include <cmath>
 #include <cstring>
-#include <exception>
 #include <limits>
-#include <thread>
 #include <vector>
 
 #include "core/Exception.h"
+#include "photocore/EditRegistry.h"
+#include "proc/AlphaRange.h"
+#include "proc/ParallelBands.h"
+#include "proc/PixelConverter.h"
 #include "proc/Vips.h"
 
 namespace Quelto::Lumindra::PhotoCore {
@@ -19,9 +21,6 @@ namespace {
 using Proc::DataVideoPtr;
 using Proc::IDataVideo;
 
-// Below this many pixels of work a second thread costs more than it saves.
-constexpr std::int64_t kMinPixelsForTwoBands = 1 << 16;
-constexpr int kBandThreads = 2;
 // Square tiles for quarter turns: 64 rows of 64 pixels of 8 bytes stay within L1/L2 while a
 // column of the source is walked.
 constexpr int kTile = 64;
@@ -90,7 +89,7 @@ DataVideoPtr Remap(const IDataVideo& source, const Mapping& m)
     const std::uint8_t* origin = source.GetData() + m.oy * stride + m.ox * bpp;
     const std::ptrdiff_t stepX = m.ay * stride + m.ax * bpp;
     const std::ptrdiff_t stepY = m.by * stride + m.bx * bpp;
-    FrameOps::ForBands(m.outHeight, m.outWidth, [&](int y0, int y1) {
+    Proc::RunInBands(m.outHeight, Proc::MinRowsPerBand(m.outWidth), [&](int y0, int y1) {
         if (bpp == 8)
             RemapRows<std::uint64_t>(origin, stepX, stepY, *out, y0, y1);
         else
@@ -221,12 +220,6 @@ void AdjustRows16(const IDataVideo& in, IDataVideo& out, const std::vector<std::
     }
 }
 
-// round(v * 255 / 65535) without a division.
-inline std::uint8_t To8(std::uint32_t v)
-{
-    return std::uint8_t((v * 255u + 32767u) / 65535u);
-}
-
 void CheckSameSize(const IDataVideo& a, const IDataVideo& b)
 {
     if (a.GetFrameInfo().width != b.GetFrameInfo().width || a.GetFrameInfo().height != b.GetFrameInfo().height)
@@ -234,34 +227,6 @@ void CheckSameSize(const IDataVideo& a, const IDataVideo& b)
 }
 
 } // namespace
-
-void FrameOps::ForBands(int rows, std::int64_t rowCost, const std::function<void(int, int)>& fn)
-{
-    if (rows <= 0)
-        return;
-    if (rows < kBandThreads || std::int64_t(rows) * rowCost < kMinPixelsForTwoBands) {
-        fn(0, rows);
-        return;
-    }
-    const int split = rows / kBandThreads;
-    std::exception_ptr failure;
-    std::thread helper([&] {
-        try {
-            fn(0, split);
-        } catch (...) {
-            failure = std::current_exception();
-        }
-    });
-    try {
-        fn(split, rows);
-    } catch (...) {
-        helper.join();
-        throw;
-    }
-    helper.join();
-    if (failure)
-        std::rethrow_exception(failure);
-}
 
 DataVideoPtr FrameOps::Rotate(const IDataVideo& source, int quarterTurns)
 {
@@ -309,22 +274,26 @@ DataVideoPtr FrameOps::Orient(const DataVideoPtr& source, int orientation)
     }
 }
 
+Conf::FrameInfo FrameOps::CropInfo(const Conf::FrameInfo& in, int x, int y, int width, int height)
+{
+    const int x0 = std::clamp(x, 0, in.width), y0 = std::clamp(y, 0, in.height);
+    Conf::FrameInfo info = in;
+    info.width = std::clamp(x + std::max(0, width), x0, in.width) - x0;
+    info.height = std::clamp(y + std::max(0, height), y0, in.height) - y0;
+    if (info.IsEmpty())
+        throw Core::Exception("The crop rectangle lies outside the picture");
+    return info;
+}
+
 DataVideoPtr FrameOps::Crop(const IDataVideo& source, int x, int y, int width, int height)
 {
     CheckFormat(source);
-    const Conf::FrameInfo& in = source.GetFrameInfo();
-    const int x0 = std::clamp(x, 0, in.width), y0 = std::clamp(y, 0, in.height);
-    const int x1 = std::clamp(x + std::max(0, width), x0, in.width);
-    const int y1 = std::clamp(y + std::max(0, height), y0, in.height);
-    if (x1 <= x0 || y1 <= y0)
-        throw Core::Exception("The crop rectangle lies outside the picture");
-    Conf::FrameInfo info = in;
-    info.width = x1 - x0;
-    info.height = y1 - y0;
+    const Conf::FrameInfo info = CropInfo(source.GetFrameInfo(), x, y, width, height);
+    const int x0 = std::clamp(x, 0, source.GetFrameInfo().width), y0 = std::clamp(y, 0, source.GetFrameInfo().height);
     DataVideoPtr out = Proc::CreateDataVideo(info, source.GetPixFmt());
     const std::size_t bpp = std::size_t(Proc::BytesPerPixel(source.GetPixFmt()));
     const std::size_t rowBytes = std::size_t(info.width) * bpp;
-    ForBands(info.height, info.width, [&](int r0, int r1) {
+    Proc::RunInBands(info.height, Proc::MinRowsPerBand(info.width), [&](int r0, int r1) {
         for (int r = r0; r < r1; ++r)
             std::memcpy(Row(*out, r), Row(source, y0 + r) + std::size_t(x0) * bpp, rowBytes);
     });
@@ -341,11 +310,11 @@ DataVideoPtr FrameOps::Adjust(const IDataVideo& source, const Proc::SettingsAdju
     const int width = source.GetFrameInfo().width;
     if (Is16(source)) {
         const auto lut = ToneTable<std::uint16_t>(settings);
-        ForBands(source.GetFrameInfo().height, width,
+        Proc::RunInBands(source.GetFrameInfo().height, Proc::MinRowsPerBand(width),
                  [&](int y0, int y1) { AdjustRows16(source, *out, lut, factor, y0, y1); });
     } else {
         const auto lut = ToneTable<std::uint8_t>(settings);
-        ForBands(source.GetFrameInfo().height, width,
+        Proc::RunInBands(source.GetFrameInfo().height, Proc::MinRowsPerBand(width),
                  [&](int y0, int y1) { AdjustRows8(source, *out, lut, factor, y0, y1); });
     }
     out->SetOpaque(source.IsOpaque());
@@ -355,40 +324,7 @@ DataVideoPtr FrameOps::Adjust(const IDataVideo& source, const Proc::SettingsAdju
 DataVideoPtr FrameOps::Flatten(const IDataVideo& source, std::uint8_t r, std::uint8_t g, std::uint8_t b)
 {
     CheckFormat(source);
-    DataVideoPtr out = Proc::CreateDataVideo(source.GetFrameInfo(), source.GetPixFmt());
-    const int width = source.GetFrameInfo().width;
-    if (Is16(source)) {
-        // 257 maps 8-bit 255 to 16-bit 65535.
-        const std::array<std::uint64_t, 3> pad = {r * 257u, g * 257u, b * 257u};
-        ForBands(source.GetFrameInfo().height, width, [&](int y0, int y1) {
-            for (int y = y0; y < y1; ++y) {
-                const auto* s = reinterpret_cast<const std::uint16_t*>(Row(source, y));
-                auto* d = reinterpret_cast<std::uint16_t*>(Row(*out, y));
-                for (int x = 0; x < width; ++x, s += 4, d += 4) {
-                    const std::uint64_t a = s[3];
-                    for (int c = 0; c < 3; ++c)
-                        d[c] = std::uint16_t((s[c] * a + pad[std::size_t(c)] * (65535u - a) + 32767u) / 65535u);
-                    d[3] = 65535;
-                }
-            }
-        });
-    } else {
-        const std::array<unsigned, 3> pad = {b, g, r}; // BGRA order
-        ForBands(source.GetFrameInfo().height, width, [&](int y0, int y1) {
-            for (int y = y0; y < y1; ++y) {
-                const std::uint8_t* s = Row(source, y);
-                std::uint8_t* d = Row(*out, y);
-                for (int x = 0; x < width; ++x, s += 4, d += 4) {
-                    const unsigned a = s[3];
-                    for (int c = 0; c < 3; ++c)
-                        d[c] = std::uint8_t((s[c] * a + pad[std::size_t(c)] * (255u - a) + 127u) / 255u);
-                    d[3] = 255;
-                }
-            }
-        });
-    }
-    out->SetOpaque(true);
-    return out;
+    return Proc::PixelConverter::Convert(source, source.GetPixFmt(), Proc::PixelConverter::Pad {r, g, b});
 }
 
 DataVideoPtr FrameOps::CompositeOver(const IDataVideo& base, const IDataVideo& overlay)
@@ -401,7 +337,7 @@ DataVideoPtr FrameOps::CompositeOver(const IDataVideo& base, const IDataVideo& o
     const int width = base.GetFrameInfo().width;
     const bool wide = Is16(base);
     const double maxValue = wide ? 65535.0 : 255.0;
-    ForBands(base.GetFrameInfo().height, width, [&](int y0, int y1) {
+    Proc::RunInBands(base.GetFrameInfo().height, Proc::MinRowsPerBand(width), [&](int y0, int y1) {
         for (int y = y0; y < y1; ++y) {
             const std::uint8_t* o = Row(overlay, y);
             for (int x = 0; x < width; ++x, o += 4) {
@@ -445,43 +381,13 @@ DataVideoPtr FrameOps::ToDisplay(const DataVideoPtr& source)
     if (!source || source->GetPixFmt() == Proc::PIX_FMT_BGRA32)
         return source;
     CheckFormat(*source);
-    DataVideoPtr out = Proc::CreateDataVideo(source->GetFrameInfo(), Proc::PIX_FMT_BGRA32);
-    const int width = source->GetFrameInfo().width;
-    ForBands(source->GetFrameInfo().height, width, [&](int y0, int y1) {
-        for (int y = y0; y < y1; ++y) {
-            const auto* s = reinterpret_cast<const std::uint16_t*>(Row(*source, y));
-            std::uint8_t* d = Row(*out, y);
-            for (int x = 0; x < width; ++x, s += 4, d += 4) {
-                d[0] = To8(s[2]);
-                d[1] = To8(s[1]);
-                d[2] = To8(s[0]);
-                d[3] = To8(s[3]);
-            }
-        }
-    });
-    out->SetOpaque(source->IsOpaque());
-    return out;
+    return Proc::PixelConverter::Convert(*source, Proc::PIX_FMT_BGRA32);
 }
 
 std::uint8_t FrameOps::MinAlpha(const IDataVideo& source)
 {
     CheckFormat(source);
-    if (source.IsOpaque())
-        return 255;
-    const int width = source.GetFrameInfo().width, height = source.GetFrameInfo().height;
-    unsigned smallest = 255;
-    for (int y = 0; y < height && smallest > 0; ++y) {
-        if (Is16(source)) {
-            const auto* s = reinterpret_cast<const std::uint16_t*>(Row(source, y));
-            for (int x = 0; x < width; ++x)
-                smallest = std::min<unsigned>(smallest, To8(s[4 * x + 3]));
-        } else {
-            const std::uint8_t* s = Row(source, y);
-            for (int x = 0; x < width; ++x)
-                smallest = std::min<unsigned>(smallest, s[4 * x + 3]);
-        }
-    }
-    return std::uint8_t(smallest);
+    return source.IsOpaque() ? 255 : Proc::AlphaRange::Of(source).Min8();
 }
 
 DataVideoPtr FrameOps::Resize(const IDataVideo& source, const Conf::FrameInfo& target)
@@ -522,63 +428,19 @@ DataVideoPtr FrameOps::Resize(const IDataVideo& source, const Conf::FrameInfo& t
 
 bool FrameOps::IsSupported(const Proc::SettingsBase& settings)
 {
-    const std::string id = settings.GetClassId();
-    return id == Proc::SettingsRotate::CLASS_ID || id == Proc::SettingsFlip::CLASS_ID
-        || id == Proc::SettingsCrop::CLASS_ID || id == Proc::SettingsAdjust::CLASS_ID
-        || id == Proc::SettingsColorspaceConverter::CLASS_ID;
+    return EditRegistry::Find(settings.GetClassId()) != nullptr;
 }
 
 DataVideoPtr FrameOps::Apply(const DataVideoPtr& source, const Proc::SettingsBase& settings)
 {
     if (!source)
         throw Core::Exception("There is no picture to edit");
-    const std::string id = settings.GetClassId();
-    if (id == Proc::SettingsRotate::CLASS_ID)
-        return Rotate(*source, static_cast<const Proc::SettingsRotate&>(settings).quarterTurns);
-    if (id == Proc::SettingsFlip::CLASS_ID)
-        return Flip(*source, static_cast<const Proc::SettingsFlip&>(settings).horizontal);
-    if (id == Proc::SettingsCrop::CLASS_ID) {
-        const auto& crop = static_cast<const Proc::SettingsCrop&>(settings);
-        return Crop(*source, crop.x, crop.y, crop.width, crop.height);
-    }
-    if (id == Proc::SettingsAdjust::CLASS_ID) {
-        const auto& adjust = static_cast<const Proc::SettingsAdjust&>(settings);
-        return adjust.IsIdentity() ? source : Adjust(*source, adjust);
-    }
-    if (id == Proc::SettingsColorspaceConverter::CLASS_ID) {
-        const auto& convert = static_cast<const Proc::SettingsColorspaceConverter&>(settings);
-        const bool targetHasAlpha = !convert.formats.empty() && Proc::HasAlphaChannel(convert.formats.front());
-        // The working format stays; what the conversion changes is that alpha is gone.
-        if (!convert.flattenAlpha || targetHasAlpha || source->IsOpaque())
-            return source;
-        return Flatten(*source, convert.padR, convert.padG, convert.padB);
-    }
-    throw Core::Exception("The editing core cannot apply \"" + settings.GetDisplayName() + "\" (" + id + ")");
+    return EditRegistry::Get(settings).Apply(source, settings);
 }
 
 Conf::FrameInfo FrameOps::ResultInfo(const Conf::FrameInfo& info, const Proc::SettingsBase& settings)
 {
-    const std::string id = settings.GetClassId();
-    Conf::FrameInfo out = info;
-    if (id == Proc::SettingsRotate::CLASS_ID) {
-        if (static_cast<const Proc::SettingsRotate&>(settings).quarterTurns % 2 != 0) {
-            std::swap(out.width, out.height);
-            out.pixelAspect = info.pixelAspect > 0.0 ? 1.0 / info.pixelAspect : 1.0;
-        }
-        return out;
-    }
-    if (id == Proc::SettingsCrop::CLASS_ID) {
-        const auto& crop = static_cast<const Proc::SettingsCrop&>(settings);
-        const int x0 = std::clamp(crop.x, 0, info.width), y0 = std::clamp(crop.y, 0, info.height);
-        out.width = std::clamp(crop.x + std::max(0, crop.width), x0, info.width) - x0;
-        out.height = std::clamp(crop.y + std::max(0, crop.height), y0, info.height) - y0;
-        if (out.IsEmpty())
-            throw Core::Exception("The crop rectangle lies outside the picture");
-        return out;
-    }
-    if (!IsSupported(settings))
-        throw Core::Exception("The editing core cannot apply \"" + settings.GetDisplayName() + "\" (" + id + ")");
-    return out;
+    return EditRegistry::Get(settings).ResultInfo(info, settings);
 }
 
 } // namespace Quelto::Lumindra::PhotoCore

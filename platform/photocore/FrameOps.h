@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 
 #include "proc/EffectSettings.h"
 #include "proc/IDataVideo.h"
@@ -14,7 +13,7 @@ namespace Quelto::Lumindra::PhotoCore {
 //
 // Every operation reads its input and returns a new frame: inputs may be shared with other
 // threads and are never written. Frames are Proc::PIX_FMT_BGRA32 or Proc::PIX_FMT_RGBA64; other
-// formats throw Core::Exception. Large frames are processed in two bands on two threads.
+// formats throw Core::Exception. Large frames are split over Proc::RunInBands.
 class FrameOps {
 public:
     // Clockwise quarter turns (any integer, taken modulo 4).
@@ -24,6 +23,8 @@ public:
     // and unknown values give the source itself.
     static Proc::DataVideoPtr Orient(const Proc::DataVideoPtr& source, int orientation);
     // Keeps the rectangle, clamped to the frame. Throws Core::Exception when nothing remains.
+    // CropInfo is the size Crop gives, without touching pixels; it throws alike.
+    static Conf::FrameInfo CropInfo(const Conf::FrameInfo& info, int x, int y, int width, int height);
     static Proc::DataVideoPtr Crop(const Proc::IDataVideo& source, int x, int y, int width, int height);
     // Exposure, contrast and saturation; alpha is kept.
     static Proc::DataVideoPtr Adjust(const Proc::IDataVideo& source, const Proc::SettingsAdjust& settings);
@@ -33,23 +34,20 @@ public:
     static Proc::DataVideoPtr CompositeOver(const Proc::IDataVideo& base, const Proc::IDataVideo& overlay);
     // The display form (BGRA32) of a frame: the frame itself when it already is one.
     static Proc::DataVideoPtr ToDisplay(const Proc::DataVideoPtr& source);
-    // Smallest alpha value of the frame (255 for an opaque one).
+    // Smallest alpha value of the frame in 8 bits (255 for an opaque one): Proc::AlphaRange.
     static std::uint8_t MinAlpha(const Proc::IDataVideo& source);
     // Scales a frame to exactly `target` with libvips' Lanczos-3 filter (used for images that
     // must shrink below the pixel limit and for pictures handed over too large).
     static Proc::DataVideoPtr Resize(const Proc::IDataVideo& source, const Conf::FrameInfo& target);
 
-    // The edits: applies one settings object of the classes above (rotate, flip, crop, adjust,
-    // colour-space conversion). Throws Core::Exception for settings it does not know.
+    // The edits, looked up in EditRegistry: applies one settings object of a registered class
+    // (rotate, flip, crop, adjust, colour-space conversion). Throws Core::Exception for settings
+    // it does not know.
     static Proc::DataVideoPtr Apply(const Proc::DataVideoPtr& source, const Proc::SettingsBase& settings);
     // The size an edit gives a frame of size `info`, without touching pixels. Throws like Apply.
     static Conf::FrameInfo ResultInfo(const Conf::FrameInfo& info, const Proc::SettingsBase& settings);
     // Whether Apply knows the settings' class.
     static bool IsSupported(const Proc::SettingsBase& settings);
-
-    // Runs fn(firstRow, endRow) over [0, rows), split in bands over two threads when the work
-    // (rows times `rowCost`, roughly in pixels) is large enough to pay for a thread.
-    static void ForBands(int rows, std::int64_t rowCost, const std::function<void(int, int)>& fn);
 };
 
 } // namespace Quelto::Lumindra::PhotoCore

@@ -11,6 +11,7 @@
 #include "core/Exception.h"
 #include "photocore/FrameOps.h"
 #include "photocore/JpegDecoder.h"
+#include "proc/AlphaRange.h"
 #include "proc/Vips.h"
 
 namespace Quelto::Lumindra::PhotoCore {
@@ -158,7 +159,7 @@ DataVideoPtr ToFrame(vips::VImage image, const ImageHeader& header, bool sixteen
     const int fmt = sixteen ? Proc::PIX_FMT_RGBA64 : Proc::PIX_FMT_BGRA32;
     DataVideoPtr frame = Proc::WrapDataVideo(info, fmt, info.width * Proc::BytesPerPixel(fmt),
                                              static_cast<std::uint8_t*>(pixels), std::shared_ptr<void>(pixels, g_free));
-    frame->SetOpaque(!header.hasAlpha || FrameOps::MinAlpha(*frame) == 255);
+    frame->SetOpaque(!header.hasAlpha || Proc::AlphaRange::Of(*frame).IsOpaque());
     return frame;
 }
 

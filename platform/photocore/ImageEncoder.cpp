@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/Exception.h"
+#include "proc/PixelConverter.h"
 #include "proc/Vips.h"
 
 namespace Quelto::Lumindra::PhotoCore {
@@ -62,12 +63,13 @@ void ImageEncoder::Write(const Proc::IDataVideo& frame, const std::string& codec
     Proc::EnsureVipsStarted();
     using Opt = vips::VOption;
     try {
-        vips::VImage image = View(frame);
         const bool keepsDepth = codec == "png" || codec == "tiff";
         const bool keepsAlpha = codec != "jpeg";
-        if (image.has_alpha() && !keepsAlpha)
-            image = image.flatten(vips::VImage::option()->set(
-                "background", std::vector<double> {frame.GetPixFmt() == Proc::PIX_FMT_RGBA64 ? 65535.0 : 255.0}));
+        // Flattened onto white the way the core flattens, so a saved file shows what the screen did.
+        Proc::DataVideoPtr flattened;
+        if (!frame.IsOpaque() && !keepsAlpha)
+            flattened = Proc::PixelConverter::Convert(frame, frame.GetPixFmt(), Proc::PixelConverter::Pad {});
+        vips::VImage image = View(flattened ? *flattened : frame);
         if (image.format() != VIPS_FORMAT_UCHAR && !keepsDepth)
             image = image.colourspace(VIPS_INTERPRETATION_sRGB);
         if (image.format() != VIPS_FORMAT_UCHAR && image.format() != VIPS_FORMAT_USHORT)

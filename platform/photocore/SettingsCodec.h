@@ -8,9 +8,8 @@
 
 namespace Quelto::Lumindra::PhotoCore {
 
-// Writes the settings of the edits the core knows (rotate, flip, crop, adjust, colour-space
-// conversion) to a property tree and reads them back, for the history the core writes out.
-// Stateless and thread-safe.
+// Writes the settings of the edits the core knows (those in EditRegistry) to a property tree and
+// reads them back, for the history the core writes out. Stateless and thread-safe.
 class SettingsCodec {
 public:
     // Throws Core::Exception for settings of another class.

@@ -1,128 +1,11 @@
 #include "proc/ColorspaceConverter.h"
 
-#include <cstdint>
-
 #include <glog/logging.h>
 
 #include "core/Exception.h"
-#include "proc/ParallelBands.h"
+#include "proc/PixelConverter.h"
 
 namespace Quelto::Lumindra::Proc {
-
-namespace {
-
-// Rows per band below which threads are not worth starting.
-constexpr int kMinRowsPerBand = 64;
-
-template <class Channel, int Channels, int R, int G, int B, int A>
-struct Layout {
-    using T = Channel;
-    static constexpr int kChannels = Channels;
-    static constexpr int kR = R, kG = G, kB = B, kA = A; // offsets; kA < 0: no alpha
-    static constexpr unsigned kMax = sizeof(Channel) == 1 ? 0xffu : 0xffffu;
-};
-
-using Rgb24 = Layout<std::uint8_t, 3, 0, 1, 2, -1>;
-using Bgr24 = Layout<std::uint8_t, 3, 2, 1, 0, -1>;
-using Bgra32 = Layout<std::uint8_t, 4, 2, 1, 0, 3>;
-using Rgba64 = Layout<std::uint16_t, 4, 0, 1, 2, 3>;
-
-// One channel value from the source depth to the destination depth, exactly rounded.
-template <class Src, class Dst>
-inline typename Dst::T Rescale(unsigned v)
-{
-    if constexpr (Src::kMax == Dst::kMax)
-        return typename Dst::T(v);
-    else if constexpr (Src::kMax == 0xffu)
-        return typename Dst::T(v * 257u);
-    else
-        return typename Dst::T((v + 128u) / 257u);
-}
-
-// Source over an opaque pad colour, in the source depth, rounded to nearest.
-template <class Src>
-inline unsigned Over(unsigned c, unsigned a, unsigned pad)
-{
-    const std::uint64_t sum = std::uint64_t(c) * a + std::uint64_t(pad) * (Src::kMax - a) + Src::kMax / 2;
-    return unsigned(sum / Src::kMax);
-}
-
-template <class Src, class Dst, bool Flatten>
-void ConvertRows(const IDataVideo& in, IDataVideo& out, const unsigned pad8[3], int rowBegin, int rowEnd)
-{
-    const int width = in.GetFrameInfo().width;
-    const unsigned scale = Src::kMax == 0xffu ? 1u : 257u;
-    const unsigned padR = pad8[0] * scale, padG = pad8[1] * scale, padB = pad8[2] * scale;
-    for (int y = rowBegin; y < rowEnd; ++y) {
-        const auto* s = reinterpret_cast<const typename Src::T*>(in.GetData() + std::size_t(y) * in.GetStride());
-        auto* d = reinterpret_cast<typename Dst::T*>(out.GetMutableData() + std::size_t(y) * out.GetStride());
-        for (int x = 0; x < width; ++x, s += Src::kChannels, d += Dst::kChannels) {
-            unsigned r = s[Src::kR], g = s[Src::kG], b = s[Src::kB];
-            if constexpr (Flatten) {
-                const unsigned a = s[Src::kA];
-                r = Over<Src>(r, a, padR);
-                g = Over<Src>(g, a, padG);
-                b = Over<Src>(b, a, padB);
-            }
-            d[Dst::kR] = Rescale<Src, Dst>(r);
-            d[Dst::kG] = Rescale<Src, Dst>(g);
-            d[Dst::kB] = Rescale<Src, Dst>(b);
-            if constexpr (Dst::kA >= 0) {
-                if constexpr (Src::kA >= 0)
-                    d[Dst::kA] = Rescale<Src, Dst>(s[Src::kA]);
-                else
-                    d[Dst::kA] = typename Dst::T(Dst::kMax);
-            }
-        }
-    }
-}
-
-using RowConverter = void (*)(const IDataVideo&, IDataVideo&, const unsigned[3], int, int);
-
-template <class Src, class Dst>
-RowConverter Pick(bool flatten)
-{
-    if constexpr (Src::kA >= 0 && Dst::kA < 0) {
-        if (flatten)
-            return &ConvertRows<Src, Dst, true>;
-    }
-    return &ConvertRows<Src, Dst, false>;
-}
-
-template <class Src>
-RowConverter PickForSource(int dst, bool flatten)
-{
-    switch (dst) {
-    case PIX_FMT_RGB24:
-        return Pick<Src, Rgb24>(flatten);
-    case PIX_FMT_BGR24:
-        return Pick<Src, Bgr24>(flatten);
-    case PIX_FMT_BGRA32:
-        return Pick<Src, Bgra32>(flatten);
-    case PIX_FMT_RGBA64:
-        return Pick<Src, Rgba64>(flatten);
-    default:
-        return nullptr;
-    }
-}
-
-RowConverter PickConverter(int src, int dst, bool flatten)
-{
-    switch (src) {
-    case PIX_FMT_RGB24:
-        return PickForSource<Rgb24>(dst, flatten);
-    case PIX_FMT_BGR24:
-        return PickForSource<Bgr24>(dst, flatten);
-    case PIX_FMT_BGRA32:
-        return PickForSource<Bgra32>(dst, flatten);
-    case PIX_FMT_RGBA64:
-        return PickForSource<Rgba64>(dst, flatten);
-    default:
-        return nullptr;
-    }
-}
-
-} // namespace
 
 void ColorspaceConverter::SetSettings(const SettingsBase& settings)
 {
@@ -154,21 +37,12 @@ bool ColorspaceConverter::Process(DataVideoPtr& frame)
     }
     if (source == target)
         return true;
-    const RowConverter convert = PickConverter(source, target, settings_.flattenAlpha && !frame->IsOpaque());
-    if (!convert) {
-        LOG(WARNING) << "Colour-space converter: cannot convert from format " << source;
-        frame.reset();
-        return false;
-    }
     try {
-        DataVideoPtr result = CreateDataVideo(frame->GetFrameInfo(), target);
-        const unsigned pad[3] = {settings_.padR, settings_.padG, settings_.padB};
-        const IDataVideo& in = *frame;
-        RunInBands(frame->GetFrameInfo().height, kMinRowsPerBand,
-                   [&](int begin, int end) { convert(in, *result, pad, begin, end); });
-        if (HasAlphaChannel(target))
-            result->SetOpaque(frame->IsOpaque());
-        frame = result;
+        // Alpha is flattened only where the target drops it; otherwise it is kept as it is.
+        std::optional<PixelConverter::Pad> pad;
+        if (settings_.flattenAlpha && !frame->IsOpaque() && !HasAlphaChannel(target))
+            pad = PixelConverter::Pad {settings_.padR, settings_.padG, settings_.padB};
+        frame = PixelConverter::Convert(*frame, target, pad);
         return true;
     } catch (const std::exception& error) {
         LOG(WARNING) << "Colour-space converter: " << error.what();

@@ -6,12 +6,11 @@
 
 namespace Quelto::Lumindra::Proc {
 
-// Converts a frame to the first format of its settings' list that the library knows. Between
-// 8 and 16 bits a channel values scale exactly (v16 = v8 * 257, v8 = round(v16 / 257)), so
-// 8 -> 16 -> 8 gives back the same bytes. Dropping alpha with `flattenAlpha` composes the
-// pixels over the pad colour; without it the colour is kept as it is. A frame already in the
-// target format is passed through (the same frame). Not thread-safe (one user at a time), but
-// the conversion itself runs on several threads.
+// Converts a frame to the first format of its settings' list that the library knows, through
+// PixelConverter (exact depth scaling). Dropping alpha with `flattenAlpha` composes the pixels
+// over the pad colour; without it the colour is kept as it is. A frame already in the target
+// format is passed through (the same frame). Not thread-safe (one user at a time), but the
+// conversion itself runs on several threads.
 class ColorspaceConverter : public Core::RefCounted, public IOneInputEffectVideo {
 public:
     void Reset() override {}

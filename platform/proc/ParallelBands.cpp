@@ -1,53 +1,87 @@
 #include "proc/ParallelBands.h"
 
 #include <algorithm>
+#include <atomic>
+#include <condition_variable>
 #include <exception>
-#include <system_error>
-#include <thread>
+#include <memory>
+#include <mutex>
 #include <vector>
+
+#include <QThread>
+#include <QThreadPool>
 
 namespace Quelto::Lumindra::Proc {
 
 namespace {
 
 // The frame work is memory-bound beyond a few cores, and the UI thread waits for it.
-constexpr unsigned kMaxBands = 4;
+constexpr int kMaxBands = 4;
+// Below this many pixels a band costs more to hand over than it saves.
+constexpr std::int64_t kMinPixelsPerBand = 1 << 15;
+
+// Shared with the pool tasks, which may start after the call has returned (every band taken):
+// they then find no band left and never touch `work`.
+struct BandState {
+    BandState(int count, int bands, const std::function<void(int, int)>& work)
+        : count(count), bands(bands), work(&work), errors(std::size_t(bands))
+    {
+    }
+
+    // Takes and runs bands until none is left.
+    void RunBands()
+    {
+        for (int band = next.fetch_add(1); band < bands; band = next.fetch_add(1)) {
+            const int begin = int(std::int64_t(count) * band / bands);
+            const int end = int(std::int64_t(count) * (band + 1) / bands);
+            try {
+                (*work)(begin, end);
+            } catch (...) {
+                errors[std::size_t(band)] = std::current_exception();
+            }
+            std::lock_guard<std::mutex> lock(mutex);
+            if (++done == bands)
+                finished.notify_all();
+        }
+    }
+
+    const int count;
+    const int bands;
+    const std::function<void(int, int)>* work; // valid until every band is done
+    std::atomic<int> next {0};
+    std::mutex mutex; // guards done
+    std::condition_variable finished;
+    int done = 0;
+    std::vector<std::exception_ptr> errors; // one slot per band, written by its runner only
+};
 
 } // namespace
+
+int MinRowsPerBand(std::int64_t rowPixels)
+{
+    return int(std::max<std::int64_t>(1, kMinPixelsPerBand / std::max<std::int64_t>(1, rowPixels)));
+}
 
 void RunInBands(int count, int minPerBand, const std::function<void(int, int)>& work)
 {
     if (count <= 0)
         return;
-    const unsigned cores = std::max(1u, std::thread::hardware_concurrency());
-    const int bands = int(std::min<long long>({cores, kMaxBands, std::max(1LL, count / std::max(1LL, (long long)minPerBand))}));
+    const int cores = std::max(1, QThread::idealThreadCount());
+    const int bands = std::min({cores, kMaxBands, std::max(1, count / std::max(1, minPerBand))});
     if (bands <= 1) {
         work(0, count);
         return;
     }
-    std::vector<std::exception_ptr> errors(static_cast<std::size_t>(bands));
-    std::vector<std::thread> helpers;
-    helpers.reserve(std::size_t(bands - 1));
-    auto runBand = [&](int band) {
-        const int begin = int((long long)count * band / bands);
-        const int end = int((long long)count * (band + 1) / bands);
-        try {
-            work(begin, end);
-        } catch (...) {
-            errors[std::size_t(band)] = std::current_exception();
-        }
-    };
-    for (int band = 1; band < bands; ++band) {
-        try {
-            helpers.emplace_back(runBand, band);
-        } catch (const std::system_error&) {
-            runBand(band); // no thread to be had: do the band here
-        }
+    auto state = std::make_shared<BandState>(count, bands, work);
+    QThreadPool* pool = QThreadPool::globalInstance();
+    for (int helper = 1; helper < bands; ++helper)
+        pool->start([state] { state->RunBands(); });
+    state->RunBands();
+    {
+        std::unique_lock<std::mutex> lock(state->mutex);
+        state->finished.wait(lock, [&] { return state->done == bands; });
     }
-    runBand(0);
-    for (std::thread& helper : helpers)
-        helper.join();
-    for (const std::exception_ptr& error : errors) {
+    for (const std::exception_ptr& error : state->errors) {
         if (error)
             std::rethrow_exception(error);
     }

@@ -1,4 +1,5 @@
 #include <tuple>
+#include <vector>
 
 #include <QColor>
 #include <QImage>
@@ -58,6 +59,58 @@ TEST(ImageUtilsTest, OpacityIsDetectedAndPremultipliedBecomesStraightBgra)
     EXPECT_EQ(straight[3], 128);
     EXPECT_EQ(T::ReadPixel(*frame, 0, 0)[3], 0);
     EXPECT_FALSE(frame->IsOpaque());
+}
+
+// Images deeper than 8 bits a channel keep their precision: the frame holds what Qt reads from
+// the image, in both conversions, and the working one never shares the caller's buffer.
+TEST(ImageUtilsTest, DeepImagesBecomeSixteenBitFramesWithTheirValues)
+{
+    const QColor colour = QColor::fromRgba64(0x1234, 0x5678, 0x9abc, 0xffff);
+    for (const QImage::Format format : {QImage::Format_RGBA64, QImage::Format_RGBX64,
+                                        QImage::Format_RGBA64_Premultiplied, QImage::Format_Grayscale16,
+                                        QImage::Format_RGB30, QImage::Format_BGR30,
+                                        QImage::Format_A2RGB30_Premultiplied, QImage::Format_A2BGR30_Premultiplied}) {
+        SCOPED_TRACE(format);
+        QImage image(5, 4, format);
+        for (int y = 0; y < image.height(); ++y)
+            for (int x = 0; x < image.width(); ++x)
+                if (format == QImage::Format_Grayscale16) // Qt 5 sets grey through 8 bits
+                    reinterpret_cast<quint16*>(image.scanLine(y))[x] = 0x1234;
+                else
+                    image.setPixelColor(x, y, colour);
+        const QRgba64 expected = image.pixelColor(4, 3).rgba64();
+        ASSERT_TRUE(expected.red() % 257 || expected.green() % 257) << "the format holds more than 8 bits";
+        for (const Proc::DataVideoPtr& frame : {ImageUtils::ImageToFrame(image), ImageUtils::ImageToWorkingFrame(image)}) {
+            ASSERT_TRUE(frame);
+            EXPECT_EQ(frame->GetPixFmt(), Proc::PIX_FMT_RGBA64);
+            EXPECT_TRUE(frame->IsOpaque());
+            EXPECT_EQ(T::ReadPixel(*frame, 4, 3),
+                      (T::Rgba {expected.red(), expected.green(), expected.blue(), expected.alpha()}));
+        }
+    }
+}
+
+TEST(ImageUtilsTest, WorkingFramesAreBgraOrRgba64AndOwnTheirPixels)
+{
+    for (const QImage::Format format : {QImage::Format_RGB888, QImage::Format_BGR888, QImage::Format_RGBA8888,
+                                        QImage::Format_ARGB32_Premultiplied}) {
+        SCOPED_TRACE(format);
+        QImage image(6, 2, format);
+        image.fill(QColor(10, 20, 30));
+        const Proc::DataVideoPtr frame = ImageUtils::ImageToWorkingFrame(image);
+        ASSERT_TRUE(frame);
+        EXPECT_EQ(frame->GetPixFmt(), Proc::PIX_FMT_BGRA32);
+        EXPECT_EQ(T::ReadPixel(*frame, 5, 1), (T::Rgba {10, 20, 30, 255}));
+    }
+    // A caller's buffer written after the conversion does not reach the frame.
+    std::vector<uchar> buffer(4 * 3 * 2, 0x80);
+    const QImage over(buffer.data(), 3, 2, 12, QImage::Format_ARGB32);
+    const Proc::DataVideoPtr frame = ImageUtils::ImageToWorkingFrame(over);
+    ASSERT_TRUE(frame);
+    std::fill(buffer.begin(), buffer.end(), 0);
+    EXPECT_EQ(T::ReadPixel(*frame, 2, 1), (T::Rgba {0x80, 0x80, 0x80, 0x80}));
+    EXPECT_FALSE(frame->IsOpaque());
+    EXPECT_FALSE(ImageUtils::ImageToWorkingFrame(QImage()));
 }
 
 } // namespace
