@@ -13,7 +13,8 @@
 
 #include "core/PhotoCoreException.h"
 #include "photocore/FrameOps.h"
-#include "photocore/SettingsCodec.h"
+#include "photocore/EditRegistry.h"
+#include "proc/AlphaRange.h"
 #include "util/Paths.h"
 
 namespace Quelto::Lumindra::PhotoCore {
@@ -35,16 +36,6 @@ double MillisecondsSince(Clock::time_point start)
 QString FromUtf8(const std::string& s)
 {
     return QString::fromUtf8(s.data(), int(s.size()));
-}
-
-// Whether an edit takes the alpha channel away: a conversion that flattens onto the pad colour
-// into a first format without alpha.
-bool RemovesAlpha(const Proc::SettingsBase& settings)
-{
-    if (std::string(settings.GetClassId()) != Proc::SettingsColorspaceConverter::CLASS_ID)
-        return false;
-    const auto& convert = static_cast<const Proc::SettingsColorspaceConverter&>(settings);
-    return convert.flattenAlpha && !(convert.formats.size() && Proc::HasAlphaChannel(convert.formats.front()));
 }
 
 } // namespace
@@ -749,7 +740,7 @@ void CoreEngine::RunRender(const RenderTarget& target, std::uint64_t jobId)
         // The last preview already shows this step when it was made on the same frame (an
         // 8-bit working frame is its own display frame).
         if (i + 1 == target.steps.size() && preview && preview->base == working
-            && SettingsCodec::Equal(*preview->settings, settings)) {
+            && EditRegistry::Equal(*preview->settings, settings)) {
             working = preview->frame;
             continue;
         }
@@ -844,9 +835,9 @@ int CoreEngine::MinAlphaOf(const DataVideoPtr& frame, const std::vector<EditStep
     if (!source_.header.hasAlpha || !frame)
         return -1;
     for (const auto& step : steps)
-        if (RemovesAlpha(*step.settings))
+        if (EditRegistry::RemovesAlpha(*step.settings))
             return -1;
-    return FrameOps::MinAlpha(*frame);
+    return Proc::AlphaRange::Of(*frame).Min8();
 }
 
 // ---------------------------------------------------------------------------------------------

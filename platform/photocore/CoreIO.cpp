@@ -25,6 +25,7 @@
 #include "photocore/ImageDecoder.h"
 #include "photocore/ImageEncoder.h"
 #include "photoutil/FormatHelper.h"
+#include "proc/AlphaRange.h"
 
 namespace Quelto::Lumindra::PhotoCore {
 
@@ -61,19 +62,6 @@ void WriteFrameAtomically(const Proc::IDataVideo& frame, const std::string& targ
         QFile::remove(FromUtf8(temporary));
         throw PhotoCoreException("Cannot write " + target + ": " + std::strerror(errno));
     }
-}
-
-// Whether anything at all was drawn on a BGRA overlay.
-bool HasVisiblePixels(const Proc::IDataVideo& overlay)
-{
-    const Conf::FrameInfo& info = overlay.GetFrameInfo();
-    for (int y = 0; y < info.height; ++y) {
-        const std::uint8_t* row = overlay.GetData() + std::size_t(y) * std::size_t(overlay.GetStride());
-        for (int x = 0; x < info.width; ++x)
-            if (row[4 * x + 3] != 0)
-                return true;
-    }
-    return false;
 }
 
 } // namespace
@@ -159,7 +147,7 @@ std::uint64_t CoreIO::StartSave(const SettingsSave& settings)
             Proc::DataVideoPtr frame = engine->GetWorkingFrame();
             if (!frame)
                 throw PhotoCoreException("the picture is not loaded");
-            if (overlay && HasVisiblePixels(*overlay))
+            if (overlay && !Proc::AlphaRange::Of(*overlay).IsInvisible())
                 frame = FrameOps::CompositeOver(*frame, *overlay);
             ImageEncoder::Write(*frame, codec, formatSettings, dpi, temporary);
             if (MetadataWritable(codec) && !metadata.GetMetadata().IsEmpty())

@@ -18,6 +18,7 @@
 #include "photocore/FrameOps.h"
 #include "photocore/ImageDecoder.h"
 #include "photoutil/FormatHelper.h"
+#include "photoutil/ImageUtils.h"
 #include "photoutil/Serializer.h"
 
 namespace Quelto::Lumindra::PhotoCore {
@@ -194,19 +195,6 @@ EditingCorePtr CreateFromFrame(Proc::DataVideoPtr frame, bool hasAlpha, double d
     return core;
 }
 
-bool IsDeepImage(const QImage& image)
-{
-    switch (image.format()) {
-    case QImage::Format_RGBA64:
-    case QImage::Format_RGBX64:
-    case QImage::Format_RGBA64_Premultiplied:
-    case QImage::Format_Grayscale16:
-        return true;
-    default:
-        return false;
-    }
-}
-
 } // namespace
 
 PhotoCorePtr PhotoCoreFactory::Create(const ioPath& path, const std::string& key, const CoreCreateOptions& options)
@@ -219,19 +207,10 @@ PhotoCorePtr PhotoCoreFactory::Create(const QImage& image, ImageSource source, c
     if (image.isNull() || image.width() <= 0 || image.height() <= 0)
         throw PhotoCoreException("Cannot open the picture: it is empty");
     // The conversion to the working layout is the only pixel work done on the calling thread.
-    const bool deep = IsDeepImage(image);
-    auto converted = std::make_shared<QImage>(image.convertToFormat(deep ? QImage::Format_RGBA64
-                                                                         : QImage::Format_ARGB32));
-    if (converted->isNull())
+    Proc::DataVideoPtr frame = PhotoUtil::ImageUtils::ImageToWorkingFrame(image);
+    if (!frame)
         throw PhotoCoreException("Cannot open the picture: there is not enough memory to take it over");
-    Conf::FrameInfo info;
-    info.width = converted->width();
-    info.height = converted->height();
-    std::uint8_t* bits = converted->bits(); // detaches from the caller's image
-    Proc::DataVideoPtr frame = Proc::WrapDataVideo(info, deep ? Proc::PIX_FMT_RGBA64 : Proc::PIX_FMT_BGRA32,
-                                                   converted->bytesPerLine(), bits, converted);
     const bool hasAlpha = image.hasAlphaChannel();
-    frame->SetOpaque(!hasAlpha || FrameOps::MinAlpha(*frame) == 255);
     const double dpi = image.dotsPerMeterX() > 0 ? image.dotsPerMeterX() * kInchesPerMetre : ImageHeader::kDefaultDpi;
     return CreateFromFrame(frame, hasAlpha, std::round(dpi * 100.0) / 100.0, source, options, NewSessionId());
 }

@@ -219,6 +219,12 @@ TEST(CoreEditing, CheckQuestionsFollowEditsUndoAndTheFile)
 // The core's destructor stops its thread: nothing runs, and nothing is raised, afterwards.
 TEST(CoreEditing, DestroyingABusyCoreStopsItsThread)
 {
+    {
+        // The shared pool that pixel work is split over keeps its threads: start them first.
+        PhotoCorePtr warmUp = OpenPhoto();
+        Apply(*warmUp, Proc::SettingsRotate(1));
+        warmUp->WaitForIdle();
+    }
     const int threads = T::ThreadCount();
     T::EventRecorder recorder;
     {
