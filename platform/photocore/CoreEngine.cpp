@@ -603,6 +603,18 @@ std::uint64_t CoreEngine::StartJob(int kind, std::string fileName, std::function
     return id;
 }
 
+ICoreEventHandler::CoreEventJobDone CoreEngine::WaitForJob(std::uint64_t id)
+{
+    if (!queue_.IsRenderThread())
+        return jobs_.Wait(id);
+    ICoreEventHandler::CoreEventJobDone refused;
+    refused.id = id;
+    refused.success = false;
+    refused.reason = "A job of the editing core cannot wait for a later one";
+    LOG(ERROR) << refused.reason;
+    return refused;
+}
+
 // ---------------------------------------------------------------------------------------------
 // Settings
 

@@ -149,7 +149,8 @@ public:
     std::uint64_t StartJob(int kind, std::string fileName, std::function<CoreJobs::Outcome()> work);
     // Waits until job `id` ended and returns its event. On the application's UI thread the
     // window keeps painting and its timers keep running meanwhile (user input waits).
-    ICoreEventHandler::CoreEventJobDone WaitForJob(std::uint64_t id) { return jobs_.Wait(id); }
+    // From the render thread itself it cannot wait (the job would never run): it fails at once.
+    ICoreEventHandler::CoreEventJobDone WaitForJob(std::uint64_t id);
 
     // --- Settings ---
     void SetColorspaceConverterSettings(const Proc::SettingsColorspaceConverter& settings);

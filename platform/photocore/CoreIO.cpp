@@ -255,17 +255,23 @@ Proc::DataVideoPtr CoreIO::LoadSelection(const ioPath& key)
     const std::string path = (engine_->GetSessionFolder() / SelectionFileName(key)).utf8string();
     if (!QFileInfo::exists(FromUtf8(path)))
         return nullptr;
-    try {
+    // Decoded on the render thread; the window keeps painting while the caller waits.
+    auto selection = std::make_shared<Proc::DataVideoPtr>();
+    const auto done = WaitForJob(engine_->StartJob(ICoreEventHandler::CoreEventJobDone::JOB_OPEN, path, [path, selection] {
         const ImageHeader header = ImageDecoder::ReadHeader(path);
         DecodeOptions options;
         options.allowSixteenBit = false;
-        Proc::DataVideoPtr selection = ImageDecoder::DecodeFull(path, header, options).frame;
-        engine_->GetSelections().Store(key.utf8string(), selection);
-        return selection;
-    } catch (const std::exception& e) {
-        LOG(WARNING) << "Selection " << path << " cannot be read: " << e.what();
+        *selection = ImageDecoder::DecodeFull(path, header, options).frame;
+        CoreJobs::Outcome outcome;
+        outcome.text = "Selection loaded";
+        return outcome;
+    }));
+    if (!done.success || !*selection) {
+        LOG(WARNING) << "Selection " << path << " cannot be read: " << done.reason;
         return nullptr;
     }
+    engine_->GetSelections().Store(key.utf8string(), *selection);
+    return *selection;
 }
 
 void CoreIO::ReleaseSelection(const ioPath& key)

@@ -5,11 +5,15 @@
 #include <mutex>
 #include <thread>
 
+#include <QDir>
 #include <QGuiApplication>
+#include <QImage>
 
 #include "LumindraWorkspace/WorkspaceController.h"
 #include "ProviderFixture.h"
 #include "photocore/StatisticsEventHandler.h"
+#include "util/Settings.h"
+#include "util/SettingsManager.h"
 
 namespace Quelto::Lumindra {
 namespace {
@@ -147,6 +151,33 @@ TEST_F(WorkspaceControllerTest, TransparencyQuestionComesOnlyWhenTransparencyWou
         EXPECT_EQ(events.back().second.at(Stats::KEY_RESULT), c.saved ? Stats::VAL_RESULT_SUCCESS : Stats::VAL_RESULT_CANCEL);
         EXPECT_EQ(events.back().second.at(Stats::KEY_SAVING_IMAGE_SAVING_TYPE), Stats::VAL_SAVING_IMAGE_SAVING_TYPE_WINDOW);
         EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
+    }
+}
+
+// The session preview is rendered straight at its own size; it must show what scaling a full
+// snapshot to cover the preview and cropping its centre shows, for a panorama and a tall picture.
+TEST_F(WorkspaceControllerTest, SessionPreviewShowsTheCoverScaledCentreOfTheWholeScene)
+{
+    Util::SettingsManager::Instance().SetValue(Util::Settings::Name(Util::Settings::SHOW_LAST_SESSION), true);
+    for (const QSize size : {QSize(2400, 400), QSize(500, 1500)}) {
+        QImage picture(size, QImage::Format_RGB32);
+        for (int y = 0; y < size.height(); ++y)
+            for (int x = 0; x < size.width(); ++x)
+                picture.setPixel(x, y, qRgb(255 * x / size.width(), 255 * y / size.height(), (x / 50 + y / 50) % 2 * 200));
+        const QString path = sandbox_.FilePath(QStringLiteral("picture-%1.png").arg(size.width()));
+        ASSERT_TRUE(picture.save(path));
+        auto controller = WorkspaceController::Create(provider_, ioPath(path.toStdString()), {});
+        ASSERT_TRUE(controller->GetLumindraDrawer()->WaitForIdle(TS::kDefaultWaitMs));
+
+        controller->SaveSession();
+        const QString written = QDir(QString::fromStdString(controller->GetIOEngine().GetSessionFolder().utf8string()))
+                                    .filePath(IWorkspaceController::PREVIEW_NAME);
+        const QImage preview(written);
+        const QImage expected =
+            WorkspaceController::MakePreview(controller->GetSnapshot(), WorkspaceController::GetPreviewSize());
+        ASSERT_FALSE(preview.isNull()) << written.toStdString();
+        ASSERT_EQ(preview.size(), expected.size());
+        EXPECT_GT(TS::Psnr(preview, expected), 25.0) << size.width() << "x" << size.height();
     }
 }
 

@@ -1,9 +1,14 @@
 // Saving through the IO engine: what is written, and that a failure leaves the target alone.
 
+#include <algorithm>
+#include <mutex>
+#include <vector>
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QImageReader>
+#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -92,6 +97,78 @@ TEST(CoreSave, FailuresLeaveTheTargetUntouched)
     ASSERT_TRUE(previous.open(QIODevice::ReadOnly));
     EXPECT_EQ(previous.readAll(), QByteArray("the previous contents"));
     EXPECT_TRUE(PartFiles(sandbox.Path()).isEmpty());
+}
+
+// Records the job-done events, which arrive on the core's thread.
+class JobRecorder : public ICoreEventHandler {
+public:
+    void HandleJobDone(const CoreEventJobDone& event) override
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        events_.push_back(event);
+    }
+    std::vector<CoreEventJobDone> Events() const
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return events_;
+    }
+
+private:
+    mutable std::mutex mutex_; // guards events_
+    std::vector<CoreEventJobDone> events_;
+};
+
+// A save is a job: StartSave returns its id, and its one job-done event carries the result code
+// and, on failure, a reason a person can read.
+TEST(CoreSave, ASaveEndsWithOneEventCarryingItsResultAndReason)
+{
+    T::Sandbox sandbox;
+    PhotoCorePtr core = PhotoCoreFactory::Create(ioPath(T::TestDataPathUtf8("exif-samples/jpg/Canon_40D.jpg")), "k");
+    JobRecorder recorder;
+    core->GetEventSource().RegisterCoreEventHandler(&recorder);
+    IPhotoCoreIO& io = core->GetIOEngine();
+    struct Case {
+        QString target;
+        IPhotoCoreIO::SaveResult result;
+    };
+    const Case cases[] = {
+        {sandbox.FilePath("out.jpg"), IPhotoCoreIO::SaveResultSuccess},
+        {sandbox.FilePath("out.bmpx"), IPhotoCoreIO::SaveResultFormatRefused},
+        {sandbox.FilePath("no/such/folder/x.png"), IPhotoCoreIO::SaveResultNotWritable},
+    };
+    for (const Case& c : cases) {
+        const std::uint64_t id = io.StartSave(SaveAs(*core, c.target));
+        const auto done = io.WaitForJob(id);
+        EXPECT_EQ(done.id, id);
+        EXPECT_EQ(done.kind, ICoreEventHandler::CoreEventJobDone::JOB_SAVE);
+        EXPECT_EQ(done.code, int(c.result)) << c.target.toStdString();
+        EXPECT_EQ(done.success, c.result == IPhotoCoreIO::SaveResultSuccess);
+        EXPECT_EQ(done.reason.empty(), done.success) << done.reason;
+        EXPECT_EQ(QFileInfo::exists(c.target), done.success);
+        ASSERT_TRUE(T::WaitUntil([&] {
+            const auto events = recorder.Events();
+            return std::count_if(events.begin(), events.end(), [&](const auto& e) { return e.id == id; }) == 1;
+        }));
+    }
+    core->GetEventSource().UnregisterCoreEventHandler(&recorder);
+}
+
+// While Save waits for its job on the UI thread, the window's timers keep running.
+TEST(CoreSave, WaitingForASaveKeepsTheEventLoopRunning)
+{
+    T::Sandbox sandbox;
+    QImage picture(4000, 3000, QImage::Format_RGB32);
+    for (int y = 0; y < picture.height(); ++y)
+        for (int x = 0; x < picture.width(); ++x)
+            picture.setPixel(x, y, qRgb(x * 7, y * 13, (x ^ y) & 0xff));
+    PhotoCorePtr core = PhotoCoreFactory::Create(picture, ImageSourcePaste);
+    ASSERT_TRUE(core->WaitForIdle(T::kDefaultWaitMs));
+    int ticks = 0;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] { ++ticks; });
+    timer.start(1);
+    EXPECT_EQ(core->GetIOEngine().Save(SaveAs(*core, sandbox.FilePath("big.png"))), IPhotoCoreIO::SaveResultSuccess);
+    EXPECT_GT(ticks, 0) << "the timer never ran while the picture was encoded";
 }
 
 // Every writable format reads back, in Qt and in the core (WebP and GIF have no sample of their

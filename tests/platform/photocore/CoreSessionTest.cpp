@@ -9,6 +9,7 @@
 
 #include "CoreTestSupport.h"
 #include "core/PhotoCoreException.h"
+#include "photocore/CoreSessionState.h"
 #include "photocore/PhotoCoreFactory.h"
 #include "support/TestSupport.h"
 #include "util/Paths.h"
@@ -148,8 +149,27 @@ TEST_F(CoreSession, WriteOutFailsCleanlyWhenTheFolderCannotBeMade)
     PhotoCorePtr core = PhotoCoreFactory::Create(ioPath(T::TestDataPathUtf8("exif-samples/jpg/Canon_40D.jpg")), "k");
     T::LogCapture log;
     EXPECT_FALSE(core->GetSerializer()->WriteOut());
-    core->GetIOEngine().SaveSession();
+    const auto done = core->GetIOEngine().WaitForJob(core->GetIOEngine().SaveSession());
+    EXPECT_FALSE(done.success);
+    EXPECT_EQ(done.kind, ICoreEventHandler::CoreEventJobDone::JOB_SNAPSHOT);
+    EXPECT_FALSE(done.reason.empty());
     EXPECT_GE(log.ProblemCount(), 2);
+}
+
+// The session write-out is a job: it returns at once, and one asked for just before the core is
+// dropped (the window closes) still reaches the disk.
+TEST_F(CoreSession, ASessionAskedForJustBeforeTheCoreIsDroppedIsStillWritten)
+{
+    QString state;
+    {
+        PhotoCorePtr core = PhotoCoreFactory::Create(ioPath(T::TestDataPathUtf8("exif-samples/jpg/Canon_40D.jpg")), "k");
+        core->ApplyEffect(Proc::EffectSettingsImpl::Create(Proc::SettingsRotate(1)));
+        state = QDir(QString::fromStdString(core->GetIOEngine().GetSessionFolder().utf8string()))
+                    .filePath(QString::fromLatin1(CoreSessionState::kStateFile));
+        QFile::remove(state);
+        core->GetIOEngine().SaveSession();
+    }
+    EXPECT_TRUE(QFileInfo::exists(state));
 }
 
 } // namespace
