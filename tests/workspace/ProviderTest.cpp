@@ -4,6 +4,7 @@
 #include <atomic>
 #include <future>
 #include <mutex>
+#include <thread>
 
 #include "ProviderFixture.h"
 #include "core/PhotoCoreException.h"
@@ -142,13 +143,14 @@ protected:
         auto factory = WorkspaceControllerProvider::DefaultCoreFactory();
         factory.createFromFile = [this, real = factory.createFromFile](const ioPath& path, const std::string& key,
                                                                         const PhotoCore::CoreCreateOptions& options) {
+            const bool byWorker = std::this_thread::get_id() != uiThread_;
             {
                 std::lock_guard<std::mutex> lock(mutex_);
-                builds_.push_back({Name(path.utf8string()), options.fresh, options.waitForFullFrame});
+                builds_.push_back({Name(path.utf8string()), options.fresh, byWorker});
                 if (builds_.back().name == failName && failCount-- > 0)
                     throw PhotoCore::PhotoCoreException("Test failure while opening " + path.utf8string());
             }
-            if (options.waitForFullFrame && holdNext.exchange(false)) {
+            if (byWorker && holdNext.exchange(false)) {
                 held.set_value();
                 release.get_future().wait();
             }
@@ -188,6 +190,7 @@ protected:
         return core;
     }
 
+    const std::thread::id uiThread_ = std::this_thread::get_id();
     std::mutex mutex_; // guards builds_ and failCount, which the worker uses
     std::vector<Build> builds_;
     std::string failName;
@@ -305,7 +308,7 @@ TEST_F(ProviderTest, HostPushesAndPopsThroughTheConnectorAndThePoppedCoreSkipsTh
     const std::string a = Photo("a.jpg"), b = Photo("b.jpg");
     PhotoCorePtr edited = Open(provider, a);
     Edit(*edited);
-    const QString lockFile = provider.GetCache().GetLockFilePath();
+    const QString lockFile = provider.GetCache().GetSessionStore().GetLockFilePath();
     EXPECT_TRUE(QFile::exists(lockFile));
 
     Q_EMIT host.push();
@@ -383,12 +386,12 @@ TEST_F(ProviderTest, EvictedCoreIsForgottenOrWrittenOutForALaterSession)
         cache.CleanupCache(0, {name});
         EXPECT_EQ(cache.GetSize(), 0u);
         EXPECT_EQ(core->writeOuts.load(), c.writeOuts);
-        EXPECT_EQ(cache.GetDumpedNames().size(), c.dumped ? 1u : 0u);
+        EXPECT_EQ(cache.GetSessionStore().GetDumpedNames().size(), c.dumped ? 1u : 0u);
         // Session mode remembers the size, so the worker can count the core before rebuilding it.
         EXPECT_EQ(cache.GetRememberedSize(name), c.sessionMode ? kBound + 1 : 0u);
         Cache later(true); // a later run finds a dumped core again, once
-        EXPECT_EQ(later.TakeDumpFolder(name), c.dumped ? Util::GetTempDirPath() + "sid-" + name : "");
-        EXPECT_EQ(later.TakeDumpFolder(name), "");
+        EXPECT_EQ(later.GetSessionStore().TakeDumpFolder(name), c.dumped ? Util::GetTempDirPath() + "sid-" + name : "");
+        EXPECT_EQ(later.GetSessionStore().TakeDumpFolder(name), "");
         Util::SettingsManager::Instance().Remove(kIdList);
     }
 }
