@@ -48,23 +48,22 @@ void CoreCache::Add(const std::string& name, const PhotoCorePtr& core)
 
 bool CoreCache::Erase(const std::string& name)
 {
+    return EraseEntry(name, nullptr);
+}
+
+bool CoreCache::EraseIfHolds(const std::string& name, const PhotoCore::IPhotoCore* core)
+{
+    return core && EraseEntry(name, core);
+}
+
+bool CoreCache::EraseEntry(const std::string& name, const PhotoCore::IPhotoCore* onlyCore)
+{
     PhotoCorePtr erased; // dies after the lock
     std::lock_guard<std::mutex> lock(entriesMutex_);
     auto it = entries_.find(name);
     if (it == entries_.end())
         return false;
-    erased = std::move(it->second);
-    entries_.erase(it);
-    ForgetRemembered(name);
-    return true;
-}
-
-bool CoreCache::EraseIfHolds(const std::string& name, const PhotoCore::IPhotoCore* core)
-{
-    PhotoCorePtr erased; // dies after the lock
-    std::lock_guard<std::mutex> lock(entriesMutex_);
-    auto it = entries_.find(name);
-    if (it == entries_.end() || it->second.get() != core || name == currentName_)
+    if (onlyCore && (it->second.get() != onlyCore || name == currentName_))
         return false;
     erased = std::move(it->second);
     entries_.erase(it);

@@ -96,6 +96,8 @@ public:
     void Deserialize(const boost::property_tree::ptree& in) override { store_.Deserialize(in); }
 
 private:
+    // With `onlyCore`, erases only while the entry holds it and is not the current one.
+    bool EraseEntry(const std::string& name, const PhotoCore::IPhotoCore* onlyCore);
     void ForgetRemembered(const std::string& name);
 
     const bool sessionMode_;

@@ -64,7 +64,8 @@ PreloadWorker::PreloadWorker(CoreCache& cache, Build build, bool enabled)
 {
     std::promise<void> started;
     std::future<void> isStarted = started.get_future();
-    thread_ = std::thread([this, &started] {
+    // The promise moves to the thread, so that it outlives its own set_value.
+    thread_ = std::thread([this, started = std::move(started)]() mutable {
         started.set_value();
         Run();
     });
