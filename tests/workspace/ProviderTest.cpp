@@ -517,7 +517,8 @@ TEST_F(ProviderTest, ForegroundOpenDuringAPreloadSharesTheWorkersBuildAndItsFail
             if (c.buildFails) {
                 EXPECT_THROW(opening.get(), Core::Exception);
                 EXPECT_EQ(Count(file), 2) << "the failure reached the foreground, which retried once";
-                EXPECT_EQ(log.Count("Backgrownd code loading failed"), 1);
+                // The worker hears of it after the foreground was released.
+                EXPECT_TRUE(TS::WaitUntil([&] { return log.Count("Backgrownd code loading failed") == 1; }));
                 continue;
             }
             EXPECT_EQ(opening.get(), PhotoCorePtr(standIn)) << "the worker's own core";
