@@ -1,9 +1,12 @@
 // The provider and its cache against the real editing core and real photographs; test cores stand
 // in where a given memory size or check answer is needed.
 
+#include <algorithm>
 #include <atomic>
+#include <functional>
 #include <future>
 #include <mutex>
+#include <thread>
 
 #include "ProviderFixture.h"
 #include "core/PhotoCoreException.h"
@@ -35,7 +38,12 @@ public:
         explicit Serializer(TestCore& owner) : owner(owner) {}
         std::string SerializeToString(const PhotoUtil::ISerializable&) const override { return {}; }
         void DeserializeFromString(const std::string&, PhotoUtil::ISerializable&) const override {}
-        bool WriteOut() override { return ++owner.writeOuts, owner.writeOutSucceeds.load(); }
+        bool WriteOut() override
+        {
+            if (owner.beforeWriteOut)
+                owner.beforeWriteOut();
+            return ++owner.writeOuts, owner.writeOutSucceeds.load();
+        }
         TestCore& owner;
     };
 
@@ -45,6 +53,21 @@ public:
     std::atomic<bool> unsavedChanges {false}, historyOrFileChanged {false}, writeOutSucceeds {true};
     std::atomic<int> writeOuts {0};
     ioPath sessionFolder;
+    std::function<void()> beforeWriteOut; // set before the core is shared
+    std::atomic<bool> fullFrameReady {true};
+
+    // Ends the decode of the full frame (LOAD_FULL) or fails it (LOAD_FAILED), as the core's
+    // thread does, and tells the registered handlers.
+    void FinishLoad(int stage)
+    {
+        fullFrameReady = stage == CoreEventLoaded::LOAD_FULL;
+        CoreEventLoaded event;
+        event.stage = stage;
+        event.text = stage == CoreEventLoaded::LOAD_FULL ? "Loaded" : "Premature end of JPEG file";
+        std::lock_guard<std::mutex> lock(handlersMutex_); // held while delivering, as the core does
+        for (PhotoCore::ICoreEventHandler* handler : handlers_)
+            handler->HandleLoaded(event);
+    }
 
     // IPhotoCore
     IPhotoCoreIO& GetIOEngine() override { return *this; }
@@ -107,25 +130,65 @@ private:
     // IPhotoCoreProcessing
     bool IsScaledForMemory() const override { return false; }
     Conf::FrameInfo GetSourceFrameInfo() const override { return {}; }
-    bool IsFullFrameReady() const override { return true; }
+    bool IsFullFrameReady() const override { return fullFrameReady; }
 
     // IPhotoCoreTracker
     void UpdateStatisticsParameters(std::map<std::string, std::string>&) const override {}
     void Track(const std::string&) override {}
 
     // ICoreEventSource
-    void RegisterCoreEventHandler(PhotoCore::ICoreEventHandler*) override {}
-    void UnregisterCoreEventHandler(PhotoCore::ICoreEventHandler*) override {}
+    void RegisterCoreEventHandler(PhotoCore::ICoreEventHandler* handler) override
+    {
+        std::lock_guard<std::mutex> lock(handlersMutex_);
+        if (handler)
+            handlers_.push_back(handler);
+    }
+    void UnregisterCoreEventHandler(PhotoCore::ICoreEventHandler* handler) override
+    {
+        std::lock_guard<std::mutex> lock(handlersMutex_);
+        handlers_.erase(std::remove(handlers_.begin(), handlers_.end(), handler), handlers_.end());
+    }
     void RegisterDrawerEventHandler(PhotoCore::IDrawerEventHandler*) override {}
     void UnregisterDrawerEventHandler(PhotoCore::IDrawerEventHandler*) override {}
 
+    using CoreEventLoaded = PhotoCore::ICoreEventHandler::CoreEventLoaded;
+
     std::string sessionId_;
+    std::vector<PhotoCore::ICoreEventHandler*> handlers_;
+    std::mutex handlersMutex_; // guards handlers_, held while an event is delivered
     PhotoCore::MetadataSettings metadata_;
     PhotoCore::SettingsSave save_;
     PhotoCore::SettingsCore frameSettings_;
 };
 
 using TestCorePtr = boost::intrusive_ptr<TestCore>;
+
+// A latch that a test opens once; it opens at the latest when it dies, so that a failing test
+// never leaves the worker (and the provider's destructor after it) waiting on it.
+class Gate {
+public:
+    ~Gate() { Open(); }
+    void Open() { std::call_once(once_, [this] { promise_.set_value(); }); }
+    // For the thread that is held.
+    void Wait() const { future_.wait(); }
+    // For the test: a bounded wait, false when the gate stayed shut.
+    bool Opened() const
+    {
+        return future_.wait_for(std::chrono::milliseconds(TS::kDefaultWaitMs)) == std::future_status::ready;
+    }
+
+private:
+    std::promise<void> promise_;
+    std::shared_future<void> future_ = promise_.get_future().share();
+    std::once_flag once_;
+};
+
+// Waits a bounded time for work running on another thread.
+template <class T>
+bool Done(const std::future<T>& work)
+{
+    return work.wait_for(std::chrono::milliseconds(TS::kDefaultWaitMs)) == std::future_status::ready;
+}
 
 PhotoCorePtr Open(WorkspaceControllerProvider& provider, const std::string& path)
 {
@@ -136,23 +199,35 @@ class ProviderTest : public TS::ProviderFixture {
 protected:
     struct Build { std::string name; bool fresh, byWorker; };
 
-    // A provider whose real factory records each build, throws for the next `failCount` builds of
-    // `failName`, and holds the worker's next build while `holdNext` is set.
+    // A provider whose real factory records each build, holds the worker's next build while
+    // `holdNext` is set, runs `beforeBuild`, throws for the next `failCount` builds of `failName`,
+    // and hands out `standIn` for `standInName`.
     WorkspaceControllerProvider& Provider(bool sessionMode = false)
     {
         provider_ = std::make_unique<WorkspaceControllerProvider>(sessionMode, nullptr, true);
         auto factory = WorkspaceControllerProvider::DefaultCoreFactory();
         factory.createFromFile = [this, real = factory.createFromFile](const ioPath& path, const std::string& key,
                                                                         const PhotoCore::CoreCreateOptions& options) {
+            const bool byWorker = std::this_thread::get_id() != uiThread_;
+            const std::string name = Name(path.utf8string());
             {
                 std::lock_guard<std::mutex> lock(mutex_);
-                builds_.push_back({Name(path.utf8string()), options.fresh, options.waitForFullFrame});
-                if (builds_.back().name == failName && failCount-- > 0)
-                    throw PhotoCore::PhotoCoreException("Test failure while opening " + path.utf8string());
+                builds_.push_back({name, options.fresh, byWorker});
             }
-            if (options.waitForFullFrame && holdNext.exchange(false)) {
+            if (byWorker && holdNext.exchange(false)) {
                 held.set_value();
                 release.get_future().wait();
+            }
+            if (beforeBuild)
+                beforeBuild(name);
+            {
+                std::lock_guard<std::mutex> lock(mutex_);
+                if (name == failName && failCount-- > 0)
+                    throw PhotoCore::PhotoCoreException("Test failure while opening " + path.utf8string());
+            }
+            if (standIn && name == standInName) {
+                standIn->GetEventSource().RegisterCoreEventHandler(options.coreEventHandler);
+                return PhotoCorePtr(standIn);
             }
             return real(path, key, options);
         };
@@ -190,12 +265,16 @@ protected:
         return core;
     }
 
+    const std::thread::id uiThread_ = std::this_thread::get_id();
     std::mutex mutex_; // guards builds_ and failCount, which the worker uses
     std::vector<Build> builds_;
     std::string failName;
     int failCount = 0;
     std::atomic<bool> holdNext {false};
     std::promise<void> held, release;
+    std::function<void(const std::string& name)> beforeBuild; // set before the first request
+    TestCorePtr standIn;
+    std::string standInName;
     std::unique_ptr<WorkspaceControllerProvider> provider_; // dies first: its worker uses the above
 };
 
@@ -307,7 +386,7 @@ TEST_F(ProviderTest, HostPushesAndPopsThroughTheConnectorAndThePoppedCoreSkipsTh
     const std::string a = Photo("a.jpg"), b = Photo("b.jpg");
     PhotoCorePtr edited = Open(provider, a);
     Edit(*edited);
-    const QString lockFile = provider.GetCache().GetLockFilePath();
+    const QString lockFile = provider.GetCache().GetSessionStore().GetLockFilePath();
     EXPECT_TRUE(QFile::exists(lockFile));
 
     Q_EMIT host.push();
@@ -385,14 +464,137 @@ TEST_F(ProviderTest, EvictedCoreIsForgottenOrWrittenOutForALaterSession)
         cache.CleanupCache(0, {name});
         EXPECT_EQ(cache.GetSize(), 0u);
         EXPECT_EQ(core->writeOuts.load(), c.writeOuts);
-        EXPECT_EQ(cache.GetDumpedNames().size(), c.dumped ? 1u : 0u);
+        EXPECT_EQ(cache.GetSessionStore().GetDumpedNames().size(), c.dumped ? 1u : 0u);
         // Session mode remembers the size, so the worker can count the core before rebuilding it.
         EXPECT_EQ(cache.GetRememberedSize(name), c.sessionMode ? kBound + 1 : 0u);
         Cache later(true); // a later run finds a dumped core again, once
-        EXPECT_EQ(later.TakeDumpFolder(name), c.dumped ? Util::GetTempDirPath() + "sid-" + name : "");
-        EXPECT_EQ(later.TakeDumpFolder(name), "");
+        EXPECT_EQ(later.GetSessionStore().TakeDumpFolder(name), c.dumped ? Util::GetTempDirPath() + "sid-" + name : "");
+        EXPECT_EQ(later.GetSessionStore().TakeDumpFolder(name), "");
         Util::SettingsManager::Instance().Remove(kIdList);
     }
+}
+
+TEST_F(ProviderTest, ForegroundOpenDuringAPreloadSharesTheWorkersBuildAndItsFailure)
+{
+    using Loaded = PhotoCore::ICoreEventHandler::CoreEventLoaded;
+    struct Case { const char* what; bool heldInFactory, buildFails; int fullFrame; bool open; };
+    int n = 0;
+    for (const Case& c :
+         {Case {"the core exists while its full frame decodes", false, false, Loaded::LOAD_FULL, true},
+          Case {"the core is still being made", true, false, Loaded::LOAD_FULL, true},
+          Case {"the build fails: both requests hear of it", true, true, Loaded::LOAD_FULL, true},
+          Case {"a full frame that fails drops the preloaded core", false, false, Loaded::LOAD_FAILED, false}}) {
+        SCOPED_TRACE(c.what);
+        provider_.reset(); // no worker of the previous case runs while the hooks change
+        std::future<PhotoCorePtr> opening; // before the gates: they open before it is waited for
+        Gate inFactory, leaveFactory;
+        const std::string file = Photo(QStringLiteral("slow%1.jpg").arg(++n));
+        const std::string sentinel = Photo(QStringLiteral("after%1.jpg").arg(n));
+        standIn = new TestCore(kMB, "slow");
+        standIn->fullFrameReady = false;
+        standInName = Name(file);
+        failName = Name(file);
+        failCount = c.buildFails ? 2 : 0; // the worker's build and the foreground's one retry
+        beforeBuild = [&, held = c.heldInFactory](const std::string& name) {
+            if (held && name == Name(file)) {
+                inFactory.Open();
+                leaveFactory.Wait();
+            }
+        };
+        auto& provider = Provider();
+        TS::LogCapture log(30);
+        provider.OnFilePreloadRequest({"x", "y", file, sentinel});
+        if (c.heldInFactory)
+            ASSERT_TRUE(inFactory.Opened());
+        else
+            ASSERT_TRUE(WaitCached(file));
+
+        if (c.open) {
+            opening = std::async(std::launch::async, [&] { return Open(provider, file); });
+            if (c.heldInFactory) {
+                ASSERT_TRUE(TS::WaitUntil([&] { return log.Count(Name(file) + " waits for the build under way") == 1; }));
+                leaveFactory.Open();
+            }
+            ASSERT_TRUE(Done(opening)) << "the foreground open waited for the worker";
+            if (c.buildFails) {
+                EXPECT_THROW(opening.get(), Core::Exception);
+                EXPECT_EQ(Count(file), 2) << "the failure reached the foreground, which retried once";
+                // The worker hears of it after the foreground was released.
+                EXPECT_TRUE(TS::WaitUntil([&] { return log.Count("Backgrownd code loading failed") == 1; }));
+                continue;
+            }
+            EXPECT_EQ(opening.get(), PhotoCorePtr(standIn)) << "the worker's own core";
+            EXPECT_EQ(Count(file), 1);
+            EXPECT_FALSE(standIn->GetProcessing().IsFullFrameReady()) << "returned before the full frame";
+            EXPECT_EQ(Count(sentinel), 0) << "the worker waits for the full frame before the next file";
+        }
+        standIn->FinishLoad(c.fullFrame);
+        ASSERT_TRUE(WaitCached(sentinel));
+        EXPECT_EQ(provider.GetCache().Find(Name(file)) != nullptr, c.fullFrame == Loaded::LOAD_FULL);
+        EXPECT_EQ(log.Count("Backgrownd code loading failed"), c.fullFrame == Loaded::LOAD_FULL ? 0 : 1);
+    }
+}
+
+TEST_F(ProviderTest, StoppingTheProviderEndsTheWorkersWaitForAFullFrame)
+{
+    auto& provider = Provider();
+    const std::string file = Photo("never.jpg");
+    standIn = new TestCore(kMB, "never");
+    standIn->fullFrameReady = false;
+    standInName = Name(file);
+    provider.OnFilePreloadRequest({"x", "y", file});
+    ASSERT_TRUE(WaitCached(file));
+    // A watchdog ends the load if the stop does not end the wait, so that a failure is reported
+    // rather than hung.
+    Gate stopped;
+    auto watchdog = std::async(std::launch::async, [&] {
+        if (stopped.Opened())
+            return false;
+        standIn->FinishLoad(PhotoCore::ICoreEventHandler::CoreEventLoaded::LOAD_FULL);
+        return true;
+    });
+    provider_.reset();
+    stopped.Open();
+    EXPECT_FALSE(watchdog.get()) << "the worker waited for the full frame although it was stopped";
+}
+
+TEST_F(ProviderTest, EvictionWhoseWriteOutBlocksLeavesLookupsAndOpensFree)
+{
+    auto& provider = Provider(true);
+    const std::string a = Photo("a.jpg");
+    const std::string big = sandbox_.FilePath("big.jpg").toStdString(); // never built: only evicted
+    std::future<std::string> reopening; // before the gates: they open before these are waited for
+    std::future<PhotoCorePtr> finding, opening;
+    Gate writing, written;
+    TestCorePtr core(new TestCore(kBound + 1, "sid-big"));
+    core->sessionFolder = ioPath(Util::GetTempDirPath() + "sid-big");
+    QDir().mkpath(QString::fromStdString(core->sessionFolder.utf8string()));
+    core->unsavedChanges = true;
+    core->beforeWriteOut = [&] {
+        writing.Open();
+        written.Wait();
+    };
+    provider.GetCache().Add(Name(big), core);
+    core.reset(); // the cache holds the only reference
+
+    provider.OnFilePreloadRequest({"x", "y", big});
+    ASSERT_TRUE(writing.Opened()); // the worker evicts it and writes it out
+    reopening = std::async(std::launch::async, [&] {
+        return provider.GetCache().GetSessionStore().TakeDumpFolder(Name(big));
+    });
+    finding = std::async(std::launch::async, [&] { return provider.GetCache().Find(Name(big)); });
+    opening = std::async(std::launch::async, [&] { return Open(provider, a); });
+    ASSERT_TRUE(Done(finding));
+    EXPECT_FALSE(finding.get());
+    ASSERT_TRUE(Done(opening));
+    EXPECT_TRUE(opening.get());
+    EXPECT_EQ(provider.GetCache().GetCurrentName(), Name(a));
+
+    written.Open();
+    ASSERT_TRUE(Done(reopening));
+    EXPECT_EQ(reopening.get(), Util::GetTempDirPath() + "sid-big")
+        << "a reopen during the write-out waits for it and finds the edits";
+    EXPECT_EQ(provider.GetCache().GetRememberedSize(Name(big)), kBound + 1);
 }
 
 } // namespace

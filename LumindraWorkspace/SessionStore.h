@@ -1,0 +1,94 @@
+#pragma once
+
+#include <condition_variable>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <QString>
+
+#include "LumindraWorkspace/WorkspaceExport.h"
+#include "core/IoPath.h"
+#include "photocore/IPhotoCore.h"
+#include "photoutil/Serializer.h"
+
+class QFile;
+
+namespace Quelto::Lumindra {
+
+// What of the core cache outlives the process: the cores written out to their folders under the
+// temporary directory (the dumped names), the saved list of them in the settings store, and the
+// lock file that marks the open core's session folder as in use.
+//
+// Without session mode nothing is restored or saved, and evicted cores are never written out;
+// a push still writes the pushed core out so that it comes back with its edits.
+//
+// Thread-safe. Write-outs, the saved list and the lock file are written with no mutex held, so
+// a write-out on the preload worker never stalls the UI thread's lookups. The one wait: taking
+// the dump folder of a name whose write-out is under way waits for that write-out, because the
+// rebuilt core needs it (this happens only when that very file is reopened meanwhile).
+class LUMINDRA_WORKSPACE_EXPORT SessionStore : public PhotoUtil::ISerializable {
+public:
+    // A core leaving the cache, to be written out.
+    struct Leaving {
+        std::string name;
+        PhotoCore::PhotoCorePtr core;
+    };
+    enum class WriteOutWhen { Always, IfEdited };
+
+    // In session mode the dumped names of the saved session are restored (items whose folder is
+    // gone are skipped; an unreadable list starts empty).
+    explicit SessionStore(bool sessionMode);
+    // Removes the lock file.
+    ~SessionStore() override;
+    SessionStore(const SessionStore&) = delete;
+    SessionStore& operator=(const SessionStore&) = delete;
+
+    bool IsSessionMode() const { return sessionMode_; }
+
+    // Announces the write-out of `name`'s core: TakeDumpFolder(name) waits from now until the
+    // matching WriteOut has recorded it. Cheap and free of I/O, so that the cache calls it under
+    // its entries mutex, in the same step that removes the entry.
+    void BeginWriteOut(const std::string& name);
+    // Has each core write itself out (with IfEdited only a core that holds unsaved edits or a
+    // history) and records the ones that succeeded as dumped, then saves the list once. Ends
+    // what BeginWriteOut began for every name, whatever the outcome. Call with no lock held.
+    void WriteOut(const std::vector<Leaving>& leaving, WriteOutWhen when);
+
+    std::vector<std::string> GetDumpedNames() const;
+    // Removes the name from the dumped names and returns its folder (empty when not dumped).
+    std::string TakeDumpFolder(const std::string& name);
+
+    // Marks the open core's session folder as in use with a lock file (the previous lock file is
+    // removed). A folder that cannot hold it is logged and otherwise ignored.
+    void LockCurrent(const ioPath& sessionFolder);
+    void ReleaseLockFile();
+    QString GetLockFilePath() const;
+
+    // The saved-session form of the dumped names: "items", each with "sid" (folder under the
+    // temporary directory) and "name" (the file).
+    void Serialize(boost::property_tree::ptree& out) const override;
+    void Deserialize(const boost::property_tree::ptree& in) override;
+
+private:
+    void SaveDumpedList() const;
+    void RestoreDumpedList();
+
+    const bool sessionMode_;
+    std::vector<std::string> dumpedNames_;
+    std::map<std::string, std::string> dumpFolders_;
+    std::multiset<std::string> writingOut_; // names between BeginWriteOut and the end of WriteOut
+    std::unique_ptr<QFile> lockFile_;
+    // Guards dumpedNames_, dumpFolders_, writingOut_ and lockFile_; never held during I/O. Taken
+    // after the cache's entries mutex when both are held.
+    mutable std::mutex mutex_;
+    std::condition_variable writtenOut_; // signalled with mutex_ when writingOut_ shrinks
+    // Held from taking the snapshot of the list to handing it to the settings store (which
+    // writes it on its own thread), so that an older snapshot never overwrites a newer one.
+    mutable std::mutex saveMutex_;
+};
+
+} // namespace Quelto::Lumindra
