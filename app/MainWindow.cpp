@@ -162,13 +162,17 @@ void MainWindow::CreateActions()
     add(file, tr("&Close Picture"), QKeySequence::Close, [this] { helper_->CloseWorkspaceController(); }, true);
     add(file, tr("&Quit"), QKeySequence::Quit, [this] { close(); }, false);
 
+    // The history changes at the request, its render comes later: the actions follow at once,
+    // so a Redo pressed as soon as the undone picture shows is not lost.
     undo_ = add(edit, tr("&Undo"), QKeySequence::Undo, [this] {
         if (auto c = controller_.lock())
             c->GetUndoEngine()->Undo();
+        UpdateActions();
     }, true);
     redo_ = add(edit, tr("&Redo"), QKeySequence::Redo, [this] {
         if (auto c = controller_.lock())
             c->GetUndoEngine()->Redo();
+        UpdateActions();
     }, true);
     // Both common bindings, whatever the platform's own Redo key is.
     redo_->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)});
@@ -450,6 +454,7 @@ void MainWindow::ApplyEdit(const Proc::SettingsBase& settings)
 {
     if (auto controller = controller_.lock())
         controller->GetLumindraDrawer()->ApplyEffect(Proc::EffectSettingsImpl::Create(settings));
+    UpdateActions();
 }
 
 void MainWindow::PreviewEdit(const Proc::SettingsBase& settings)
