@@ -5,9 +5,11 @@
 #include <cstdlib>
 
 #include <QDir>
+#include <QEventLoop>
 #include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include "util/Settings.h"
 #include "util/SettingsManager.h"
@@ -102,6 +104,35 @@ QString PhotoFolder24MP(int count)
     for (int i = 0; i < count; ++i)
         MakePhoto(folder + QStringLiteral("/photo-%1.jpg").arg(i, 3, 10, QLatin1Char('0')), i);
     return folder;
+}
+
+void WaitUntil(const std::function<bool()>& done, const char* what, QObject* wake, const char* wakeSignal)
+{
+    constexpr int kWaitMs = 120000;
+    bool timedOut = false;
+    QEventLoop loop;
+    QTimer poll;
+    poll.setTimerType(Qt::PreciseTimer); // some steps take only a few milliseconds
+    poll.setInterval(1);
+    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
+        if (done())
+            loop.quit();
+    });
+    // The signal gives the moment exactly: the loop ends and `done` is asked at once.
+    if (wake && wakeSignal)
+        QObject::connect(wake, wakeSignal, &loop, SLOT(quit()));
+    QTimer::singleShot(kWaitMs, &loop, [&] {
+        timedOut = true;
+        loop.quit();
+    });
+    poll.start();
+    while (!done()) {
+        if (timedOut) {
+            std::fprintf(stderr, "waited %d s for %s\n", kWaitMs / 1000, what);
+            std::exit(1);
+        }
+        loop.exec();
+    }
 }
 
 double DjpegMs(const QString& path, int runs)

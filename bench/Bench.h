@@ -6,6 +6,7 @@
 #include <vector>
 
 #include <QByteArray>
+#include <QObject>
 #include <QString>
 
 namespace Quelto::Lumindra::Bench {
@@ -44,6 +45,12 @@ QString PhotoFolder24MP(int count);
 QString TestDataDir();
 // The run's temporary folder.
 QString TempDir();
+
+// Runs the event loop until `done` holds, checking it every millisecond and whenever `wake`
+// emits `wakeSignal` (a SIGNAL() of no arguments); exits the run when it does not hold within
+// two minutes, naming `what` it waited for.
+void WaitUntil(const std::function<bool()>& done, const char* what, QObject* wake = nullptr,
+               const char* wakeSignal = nullptr);
 
 // Median time of libjpeg-turbo's own command-line full decode of `path` (to /dev/null), the
 // reference the opening and stall figures are divided by. Exits the run when djpeg fails.

@@ -32,7 +32,6 @@
 #include <vector>
 
 #include <QDir>
-#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QTimer>
@@ -59,41 +58,8 @@ using Provider = WorkspaceControllerProvider;
 constexpr int kFiles = 10;
 constexpr int kStallFiles = 30;
 constexpr int kSteps = 7;
-constexpr int kWaitMs = 120000;
 // A full-resolution 24 MP frame as the canvas holds it (BGRA).
 constexpr std::uint64_t kFrameBytes = 6000ull * 4000ull * 4ull;
-
-// Runs the event loop until `done` holds, checking it every millisecond and whenever `wake`
-// fires; exits the program when it does not hold within kWaitMs.
-void WaitUntil(const std::function<bool()>& done, const char* what, MainWindow* wake = nullptr)
-{
-    if (done())
-        return;
-    QEventLoop loop;
-    QTimer poll;
-    poll.setTimerType(Qt::PreciseTimer); // the preloaded steps take a few milliseconds
-    poll.setInterval(1);
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if (done())
-            loop.quit();
-    });
-    if (wake)
-        QObject::connect(wake, &MainWindow::fullFrameShown, &loop, [&] {
-            if (done())
-                loop.quit();
-        });
-    bool timedOut = false;
-    QTimer::singleShot(kWaitMs, &loop, [&] {
-        timedOut = true;
-        loop.quit();
-    });
-    poll.start();
-    loop.exec();
-    if (timedOut && !done()) {
-        std::fprintf(stderr, "browse: waited %d s for %s\n", kWaitMs / 1000, what);
-        std::exit(1);
-    }
-}
 
 // A "Vm...:  <n> kB" line of /proc/self/status, in bytes; 0 when absent.
 std::uint64_t StatusBytes(const std::string& key)
@@ -173,7 +139,7 @@ private:
         const bool wasCached = IsCached(index);
         const auto start = std::chrono::steady_clock::now();
         request();
-        WaitUntil(check, "the full-resolution frame", &window_);
+        WaitUntil(check, "the full-resolution frame", &window_, SIGNAL(fullFrameShown()));
         current_ = index;
         direction_ = direction;
         const double ms = std::chrono::duration<double, std::milli>(shownAt - start).count();

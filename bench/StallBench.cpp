@@ -11,7 +11,6 @@
 #include <cstdlib>
 #include <functional>
 
-#include <QEventLoop>
 #include <QFileInfo>
 #include <QTimer>
 
@@ -23,33 +22,6 @@
 
 namespace Quelto::Lumindra::Bench {
 namespace {
-
-constexpr int kWaitMs = 120000;
-
-// Runs the event loop until `done` holds (checked every millisecond); exits the run when it does
-// not within kWaitMs.
-void WaitUntil(const std::function<bool()>& done, const char* what)
-{
-    QEventLoop loop;
-    QTimer poll;
-    poll.setInterval(1);
-    QObject::connect(&poll, &QTimer::timeout, &loop, [&] {
-        if (done())
-            loop.quit();
-    });
-    bool timedOut = false;
-    QTimer::singleShot(kWaitMs, &loop, [&] {
-        timedOut = true;
-        loop.quit();
-    });
-    poll.start();
-    if (!done())
-        loop.exec();
-    if (timedOut && !done()) {
-        std::fprintf(stderr, "stall: waited %d s for %s\n", kWaitMs / 1000, what);
-        std::exit(1);
-    }
-}
 
 // The longest heartbeat gap while `work` runs, started from the event loop as a person's
 // request is, until `finished` holds.
