@@ -327,6 +327,14 @@ void MainWindow::OnLoaded(int stage)
     });
 }
 
+bool MainWindow::IsScaledCopyPending() const
+{
+    const auto controller = controller_.lock();
+    const auto* canvas =
+        controller ? dynamic_cast<const CanvasItem*>(WorkspaceScene::GetMainCanvas(controller->GetScene())) : nullptr;
+    return canvas && canvas->HasPendingResize();
+}
+
 void MainWindow::OnSceneRectChanged()
 {
     // The preview and the full frame differ in size; a picture shown to fit keeps fitting, and

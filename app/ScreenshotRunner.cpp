@@ -35,6 +35,12 @@ void ScreenshotRunner::Poll()
         // One more turn so that the last repaint is done before the window is grabbed.
         QApplication::processEvents();
         const QPixmap shot = window_.grab();
+        // The grab's paint may have asked for the picture's copy at the on-screen size, which
+        // is made on a pool thread; the window is grabbed again once it is in place.
+        if (window_.IsScaledCopyPending() && clock_.elapsed() <= kTimeoutMs) {
+            QTimer::singleShot(kPollMs, this, &ScreenshotRunner::Poll);
+            return;
+        }
         if (shot.isNull() || !shot.save(output_))
             Finish(3, QStringLiteral("Cannot write the screenshot to %1").arg(output_));
         else

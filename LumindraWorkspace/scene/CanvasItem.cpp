@@ -1,10 +1,12 @@
 #include "LumindraWorkspace/scene/CanvasItem.h"
 
 #include <algorithm>
+#include <mutex>
 
 #include <QGraphicsScene>
 #include <QGraphicsView>
 #include <QPainter>
+#include <QThreadPool>
 
 #include <glog/logging.h>
 
@@ -26,6 +28,10 @@ constexpr double kUnitScaleHigh = 1.00001;
 constexpr int kResizerCustomModeExact = 1;
 constexpr int kResizerModeLanczos3 = 2;
 
+// Below this many source pixels a resize takes a few milliseconds: it is done at once, so a
+// small picture never shows a stand-in.
+constexpr std::int64_t kInlineResizePixels = std::int64_t(1) << 20;
+
 // The event fields that the canvas's own slots put into a synthesized frame event; the
 // canvas ignores them, the core reads the last as the frame reason.
 constexpr int kCurrentFrameIndex = -1;
@@ -42,6 +48,32 @@ boost::intrusive_ptr<Proc::IOneInputEffectVideo> CreateResizer()
     return resizer;
 }
 
+// The frame scaled to `target` by `resizer`; null when the resizer fails.
+boost::intrusive_ptr<Proc::IDataVideo> Resize(Proc::IOneInputEffectVideo& resizer,
+                                              boost::intrusive_ptr<Proc::IDataVideo> frame,
+                                              const Conf::FrameInfo& target)
+{
+    Proc::SettingsResizer settings;
+    settings.SetCustomMode(kResizerCustomModeExact, target);
+    settings.useLevels = true;
+    settings.keepAspect = true;
+    settings.mode = kResizerModeLanczos3;
+    try {
+        resizer.SetSettings(settings);
+        if (!resizer.Process(frame))
+            return nullptr;
+    } catch (const std::exception& e) {
+        LOG(WARNING) << "Resizing the frame for display failed: " << e.what();
+        return nullptr;
+    }
+    return frame;
+}
+
+bool SameSize(const Conf::FrameInfo& a, const Conf::FrameInfo& b)
+{
+    return a.width == b.width && a.height == b.height;
+}
+
 // Equality of scene-rectangle values; a plain qFuzzyCompare fails near 0.
 bool FuzzyEqual(double a, double b)
 {
@@ -56,12 +88,22 @@ bool FuzzyEqual(const QRectF& a, const QRectF& b)
 
 } // namespace
 
+// A finished resize posts its result to the item through this, under the mutex, so the item
+// cannot be destroyed between the check and the post; Qt drops what is still queued for a
+// destroyed item.
+struct CanvasItem::ResizeMailbox {
+    explicit ResizeMailbox(CanvasItem* item) : owner(item) {}
+    std::mutex mutex;  // guards owner
+    CanvasItem* owner; // null once the item is gone
+};
+
 CanvasItem::CanvasItem(const Util::ImageUtils& imageUtils, const boost::intrusive_ptr<Proc::IDataVideo>& frame,
                        QObject* parent)
     : QObject(parent)
     , QGraphicsPixmapItem(QPixmap(), nullptr)
     , imageUtils_(imageUtils)
     , resizer_(CreateResizer())
+    , mailbox_(std::make_shared<ResizeMailbox>(this))
 {
     setTransformationMode(Qt::SmoothTransformation);
     SetFrame(frame);
@@ -74,6 +116,7 @@ CanvasItem::CanvasItem(const Util::ImageUtils& imageUtils, IWorkspaceController*
     , workspaceController_(controller)
     , drawer_(controller ? controller->GetLumindraDrawer() : nullptr)
     , resizer_(CreateResizer())
+    , mailbox_(std::make_shared<ResizeMailbox>(this))
 {
     setZValue(UIDefaultValue::ZValue::Default);
     setTransformationMode(Qt::SmoothTransformation);
@@ -89,6 +132,10 @@ CanvasItem::CanvasItem(const Util::ImageUtils& imageUtils, IWorkspaceController*
 
 CanvasItem::~CanvasItem()
 {
+    {
+        std::lock_guard<std::mutex> lock(mailbox_->mutex);
+        mailbox_->owner = nullptr;
+    }
     if (workspaceController_)
         workspaceController_->UnregisterDrawerEventHandler(this);
     frameView_.reset();
@@ -145,11 +192,16 @@ void CanvasItem::SetFrame(const boost::intrusive_ptr<Proc::IDataVideo>& frame)
     frame_ = frame;
     pixmapView_ = QPixmap();
     frameView_.reset();
+    standIn_ = QPixmap();
+    next_ = ResizeWish();
 
     const int format = frame_->GetPixFmt();
     if (format != lastFrameFormat_) {
         lastFrameFormat_ = format;
-        if (resizer_)
+        // A running resize owns the resizer: the reset waits for it.
+        if (running_.frame)
+            resizerStale_ = true;
+        else if (resizer_)
             resizer_->Reset();
     }
 
@@ -176,23 +228,104 @@ const QPixmap& CanvasItem::ScaledPixmap(const Conf::FrameInfo& target, double ra
     if (frameView_ && pixmapView_.width() == target.width && pixmapView_.height() == target.height)
         return pixmapView_;
 
-    frameView_ = frame_;
-    Proc::SettingsResizer settings;
-    settings.SetCustomMode(kResizerCustomModeExact, target);
-    settings.useLevels = true;
-    settings.keepAspect = true;
-    settings.mode = kResizerModeLanczos3;
-    try {
-        resizer_->SetSettings(settings);
-        if (!resizer_->Process(frameView_))
-            frameView_.reset();
-    } catch (const std::exception& e) {
-        LOG(WARNING) << "Resizing the frame for display failed: " << e.what();
-        frameView_.reset();
+    const ResizeWish wish {frame_, target, ratio};
+    const auto source = NearestLevel(target.width, target.height);
+    const std::int64_t sourcePixels =
+        std::int64_t(source->GetFrameInfo().width) * std::int64_t(source->GetFrameInfo().height);
+    if (!running_.frame && sourcePixels <= kInlineResizePixels) {
+        InstallView(wish, Resize(ReadyResizer(), frame_, target));
+        return pixmapView_;
     }
+    const bool asked = running_.frame == frame_ && SameSize(running_.target, target);
+    if (!asked) {
+        next_ = wish;
+        if (!running_.frame)
+            StartResize();
+    }
+    return StandIn(target);
+}
+
+Proc::IOneInputEffectVideo& CanvasItem::ReadyResizer()
+{
+    if (resizerStale_) {
+        resizerStale_ = false;
+        resizer_->Reset();
+    }
+    return *resizer_;
+}
+
+void CanvasItem::StartResize()
+{
+    running_ = next_;
+    next_ = ResizeWish();
+    ReadyResizer();
+    QThreadPool::globalInstance()->start([resizer = resizer_, wish = running_, mailbox = mailbox_] {
+        const boost::intrusive_ptr<Proc::IDataVideo> scaled = Resize(*resizer, wish.frame, wish.target);
+        std::lock_guard<std::mutex> lock(mailbox->mutex);
+        if (CanvasItem* owner = mailbox->owner) {
+            QMetaObject::invokeMethod(
+                owner, [owner, wish, scaled] { owner->ResizeDone(wish, scaled); }, Qt::QueuedConnection);
+        }
+    });
+}
+
+void CanvasItem::ResizeDone(const ResizeWish& wish, const boost::intrusive_ptr<Proc::IDataVideo>& scaled)
+{
+    running_ = ResizeWish();
+    if (wish.frame == frame_) {
+        InstallView(wish, scaled);
+        // A failure is tried again at the next paint, not in a loop of repaints.
+        if (scaled)
+            update();
+    }
+    if (next_.frame)
+        StartResize();
+}
+
+void CanvasItem::InstallView(const ResizeWish& wish, const boost::intrusive_ptr<Proc::IDataVideo>& scaled)
+{
+    frameView_ = scaled;
     pixmapView_ = frameView_ ? imageUtils_.FrameToPixmap(frameView_) : QPixmap();
-    pixmapView_.setDevicePixelRatio(ratio);
-    return pixmapView_;
+    pixmapView_.setDevicePixelRatio(wish.ratio);
+}
+
+const QPixmap& CanvasItem::StandIn(const Conf::FrameInfo& target)
+{
+    // An earlier copy of this frame at another zoom is the closest picture there is.
+    if (!pixmapView_.isNull())
+        return pixmapView_;
+    if (standIn_.isNull()) {
+        const auto level = NearestLevel(target.width, target.height);
+        standIn_ = level == frame_ ? pixmap()
+                                   : imageUtils_.FrameToPixmap(boost::const_pointer_cast<Proc::IDataVideo>(level));
+    }
+    return standIn_;
+}
+
+boost::intrusive_ptr<const Proc::IDataVideo> CanvasItem::NearestLevel(double width, double height) const
+{
+    boost::intrusive_ptr<const Proc::IDataVideo> source = frame_;
+    for (int i = 1; i < frame_->GetLevelCount(); ++i) {
+        const auto level = frame_->GetLevel(i);
+        if (!level || level->GetFrameInfo().width < width || level->GetFrameInfo().height < height)
+            break;
+        source = level;
+    }
+    return source;
+}
+
+void CanvasItem::DrawResized(QPainter* painter, const QPixmap& pixmap, double width, double height)
+{
+    const double ratio = pixmap.devicePixelRatio();
+    // A picture smaller than a pixel still has a copy of one pixel.
+    if (pixmap.width() == std::max(1, qRound(width * ratio)) && pixmap.height() == std::max(1, qRound(height * ratio))) {
+        painter->drawPixmap(QPointF(0, 0), pixmap);
+        return;
+    }
+    painter->save();
+    painter->setRenderHint(QPainter::SmoothPixmapTransform, true);
+    painter->drawPixmap(QRectF(0, 0, width, height), pixmap, QRectF(pixmap.rect()));
+    painter->restore();
 }
 
 void CanvasItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option, QWidget* widget)
@@ -223,7 +356,7 @@ void CanvasItem::paint(QPainter* painter, const QStyleOptionGraphicsItem* option
 
     const QTransform saved = painter->transform();
     painter->setTransform(QTransform::fromTranslate(saved.dx(), saved.dy()), false);
-    painter->drawPixmap(QPointF(0, 0), *scaled);
+    DrawResized(painter, *scaled, dx, dy);
     painter->setTransform(saved);
 }
 
@@ -232,13 +365,7 @@ void CanvasItem::PaintFromLevels(QPainter* painter)
     const Conf::FrameInfo& info = frame_->GetFrameInfo();
     const QRectF target(offset(), QSizeF(info.width, info.height));
     const QRectF device = painter->transform().mapRect(target);
-    boost::intrusive_ptr<const Proc::IDataVideo> source = frame_;
-    for (int i = 1; i < frame_->GetLevelCount(); ++i) {
-        const auto level = frame_->GetLevel(i);
-        if (!level || level->GetFrameInfo().width < device.width() || level->GetFrameInfo().height < device.height())
-            break;
-        source = level;
-    }
+    const auto source = NearestLevel(device.width(), device.height());
     const QImage image = imageUtils_.FrameToImage(boost::const_pointer_cast<Proc::IDataVideo>(source));
     painter->save();
     painter->setRenderHint(QPainter::SmoothPixmapTransform, true);

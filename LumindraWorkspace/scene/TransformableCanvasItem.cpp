@@ -46,7 +46,7 @@ void TransformableCanvasItem::paint(QPainter* painter, const QStyleOptionGraphic
     painter->setTransform(unscaled, false);
     // A rotated copy is resampled once more; smooth sampling keeps its edges clean.
     painter->setRenderHint(QPainter::SmoothPixmapTransform, true);
-    painter->drawPixmap(QPointF(0, 0), *scaled);
+    DrawResized(painter, *scaled, info.width * scaleX, info.height * scaleY);
     painter->setRenderHint(QPainter::SmoothPixmapTransform, smooth);
     painter->setTransform(drawn);
 }

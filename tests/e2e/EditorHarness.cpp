@@ -153,7 +153,14 @@ QRect EditorHarness::PictureOnScreen()
 
 QImage EditorHarness::Screen()
 {
-    return View().viewport()->grab().toImage().convertToFormat(QImage::Format_RGB32);
+    // What a person sees once the canvas's copy at the on-screen size, which the first paint
+    // at a new size asks a pool thread for, is in place.
+    QImage screen = View().viewport()->grab().toImage();
+    if (Window().IsScaledCopyPending()) {
+        EXPECT_TRUE(WaitUntil([&] { return !Window().IsScaledCopyPending(); }));
+        screen = View().viewport()->grab().toImage();
+    }
+    return screen.convertToFormat(QImage::Format_RGB32);
 }
 
 double ShownPictureMatch(const QImage& screen, const QRect& picture, const QString& file)
