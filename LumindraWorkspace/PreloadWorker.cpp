@@ -8,6 +8,7 @@
 
 #include "LumindraWorkspace/CoreCache.h"
 #include "core/IoPath.h"
+#include "core/WorkerThread.h"
 
 namespace Quelto::Lumindra {
 
@@ -66,6 +67,7 @@ PreloadWorker::PreloadWorker(CoreCache& cache, Build build, bool enabled)
     std::future<void> isStarted = started.get_future();
     // The promise moves to the thread, so that it outlives its own set_value.
     thread_ = std::thread([this, started = std::move(started)]() mutable {
+        Core::BecomeWorkerThread("lumindra-preload");
         started.set_value();
         Run();
     });

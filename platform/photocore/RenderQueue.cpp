@@ -5,6 +5,8 @@
 
 #include <glog/logging.h>
 
+#include "core/WorkerThread.h"
+
 namespace Quelto::Lumindra::PhotoCore {
 
 RenderQueue::RenderQueue() : state_(std::make_shared<State>())
@@ -20,6 +22,7 @@ RenderQueue::~RenderQueue()
 
 void RenderQueue::Run(std::shared_ptr<State> state)
 {
+    Core::BecomeWorkerThread("lumindra-core");
     std::unique_lock<std::mutex> lock(state->mutex);
     for (;;) {
         state->wake.wait(lock, [&] { return state->stopping || !state->entries.empty(); });

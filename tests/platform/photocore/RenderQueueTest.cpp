@@ -1,11 +1,17 @@
 // The render thread of a core: order, coalescing, waiting and shutting down.
 
+#include <algorithm>
 #include <atomic>
 #include <condition_variable>
 #include <mutex>
 #include <string>
 
 #include <gtest/gtest.h>
+
+#include <pthread.h>
+#include <sys/resource.h>
+
+#include "core/WorkerThread.h"
 
 #include "photocore/RenderQueue.h"
 #include "support/TestSupport.h"
@@ -74,6 +80,21 @@ TEST(RenderQueue, RunsJobsInOrderOnItsOwnThreadAndCoalescesTheNewest)
     ASSERT_TRUE(queue.WaitForIdle(T::kDefaultWaitMs));
     EXPECT_EQ(log, "a3b");
     EXPECT_NE(jobThread, std::this_thread::get_id());
+}
+
+// The render thread gives way to the UI thread, and says what it is in a debugger.
+TEST(RenderQueue, RunsBelowTheCallersPriorityUnderItsName)
+{
+    RenderQueue queue;
+    int jobNice = 0;
+    char name[16] = {};
+    queue.Post(WORK, [&] {
+        jobNice = getpriority(PRIO_PROCESS, 0);
+        pthread_getname_np(pthread_self(), name, sizeof name);
+    });
+    ASSERT_TRUE(queue.WaitForIdle(T::kDefaultWaitMs));
+    EXPECT_EQ(jobNice, std::max(Core::kWorkerThreadNice, getpriority(PRIO_PROCESS, 0)));
+    EXPECT_STREQ(name, "lumindra-core");
 }
 
 TEST(RenderQueue, SurvivesFailingJobsAndRefusesToWaitForItself)
