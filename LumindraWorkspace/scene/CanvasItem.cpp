@@ -11,6 +11,7 @@
 #include <glog/logging.h>
 
 #include "LumindraWorkspace/IWorkspaceController.h"
+#include "photocore/FrameOps.h"
 #include "proc/EffectSettings.h"
 #include "util/HostObjectsConnectorID.h"
 #include "util/ObjectsConnector.h"
@@ -260,7 +261,15 @@ void CanvasItem::StartResize()
     next_ = ResizeWish();
     ReadyResizer();
     QThreadPool::globalInstance()->start([resizer = resizer_, wish = running_, mailbox = mailbox_] {
-        const boost::intrusive_ptr<Proc::IDataVideo> scaled = Resize(*resizer, wish.frame, wish.target);
+        boost::intrusive_ptr<Proc::IDataVideo> scaled = Resize(*resizer, wish.frame, wish.target);
+        // A copy with transparency is premultiplied here, not when the UI thread shows it.
+        if (scaled && !scaled->IsOpaque()) {
+            try {
+                scaled = PhotoCore::FrameOps::ToDisplay(scaled);
+            } catch (const std::exception& e) {
+                LOG(WARNING) << "The picture's copy is converted when it is shown: " << e.what();
+            }
+        }
         std::lock_guard<std::mutex> lock(mailbox->mutex);
         if (CanvasItem* owner = mailbox->owner) {
             QMetaObject::invokeMethod(

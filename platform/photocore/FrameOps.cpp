@@ -7,6 +7,8 @@
 #include <limits>
 #include <vector>
 
+#include <QImage>
+
 #include "core/Exception.h"
 #include "photocore/EditRegistry.h"
 #include "proc/AlphaRange.h"
@@ -378,10 +380,24 @@ DataVideoPtr FrameOps::CompositeOver(const IDataVideo& base, const IDataVideo& o
 
 DataVideoPtr FrameOps::ToDisplay(const DataVideoPtr& source)
 {
-    if (!source || source->GetPixFmt() == Proc::PIX_FMT_BGRA32)
+    if (!source)
         return source;
-    CheckFormat(*source);
-    return Proc::PixelConverter::Convert(*source, Proc::PIX_FMT_BGRA32);
+    DataVideoPtr display = source;
+    if (source->GetPixFmt() != Proc::PIX_FMT_BGRA32) {
+        CheckFormat(*source);
+        display = Proc::PixelConverter::Convert(*source, Proc::PIX_FMT_BGRA32);
+    }
+    if (!display->IsOpaque() && !display->GetPremultiplied()) {
+        // Qt's conversion is vectorised; the copy lives in the image that made it.
+        const Conf::FrameInfo& info = display->GetFrameInfo();
+        const QImage straight(display->GetData(), info.width, info.height, display->GetStride(), QImage::Format_ARGB32);
+        auto premultiplied = std::make_shared<QImage>(straight.convertToFormat(QImage::Format_ARGB32_Premultiplied));
+        if (premultiplied->isNull())
+            throw Core::Exception("Not enough memory to prepare the picture for the screen");
+        display->SetPremultiplied(Proc::WrapDataVideo(info, Proc::PIX_FMT_BGRA32, premultiplied->bytesPerLine(),
+                                                      premultiplied->bits(), premultiplied));
+    }
+    return display;
 }
 
 std::uint8_t FrameOps::MinAlpha(const IDataVideo& source)

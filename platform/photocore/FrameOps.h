@@ -32,7 +32,9 @@ public:
     static Proc::DataVideoPtr Flatten(const Proc::IDataVideo& source, std::uint8_t r, std::uint8_t g, std::uint8_t b);
     // Draws `overlay` (BGRA32, same size, straight alpha) over `base`, in base's format.
     static Proc::DataVideoPtr CompositeOver(const Proc::IDataVideo& base, const Proc::IDataVideo& overlay);
-    // The display form (BGRA32) of a frame: the frame itself when it already is one.
+    // The display form (BGRA32) of a frame: the frame itself when it already is one. A frame
+    // with transparency gets its premultiplied copy here, on the core's thread, so that the UI
+    // thread shows it without converting.
     static Proc::DataVideoPtr ToDisplay(const Proc::DataVideoPtr& source);
     // Smallest alpha value of the frame in 8 bits (255 for an opaque one): Proc::AlphaRange.
     static std::uint8_t MinAlpha(const Proc::IDataVideo& source);

@@ -164,6 +164,18 @@ void DataVideo::BuildLevels(int minSide)
     levels_ = std::move(built);
 }
 
+boost::intrusive_ptr<const IDataVideo> DataVideo::GetPremultiplied() const
+{
+    std::lock_guard<std::mutex> lock(levelsMutex_);
+    return premultiplied_;
+}
+
+void DataVideo::SetPremultiplied(boost::intrusive_ptr<const IDataVideo> premultiplied)
+{
+    std::lock_guard<std::mutex> lock(levelsMutex_);
+    premultiplied_ = std::move(premultiplied);
+}
+
 std::uint64_t DataVideo::GetMemorySize() const
 {
     // Wrapped memory counts too: the frame keeps it alive.
@@ -171,6 +183,8 @@ std::uint64_t DataVideo::GetMemorySize() const
     std::lock_guard<std::mutex> lock(levelsMutex_);
     for (const auto& level : levels_)
         total += level->GetMemorySize();
+    if (premultiplied_)
+        total += premultiplied_->GetMemorySize();
     return total;
 }
 

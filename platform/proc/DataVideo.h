@@ -28,6 +28,8 @@ public:
     int GetLevelCount() const override;
     boost::intrusive_ptr<const IDataVideo> GetLevel(int index) const override;
     void BuildLevels(int minSide) override;
+    boost::intrusive_ptr<const IDataVideo> GetPremultiplied() const override;
+    void SetPremultiplied(boost::intrusive_ptr<const IDataVideo> premultiplied) override;
     std::uint64_t GetMemorySize() const override;
 
     // Bytes of the pixel buffer alone.
@@ -43,8 +45,9 @@ private:
     bool opaque_ = false;
 
     std::mutex buildMutex_;          // held for a whole BuildLevels, so that only one builds
-    mutable std::mutex levelsMutex_; // guards levels_ (held only to read or publish them)
+    mutable std::mutex levelsMutex_; // guards levels_ and premultiplied_ (held only to read or publish)
     std::vector<boost::intrusive_ptr<IDataVideo>> levels_; // 1/2, 1/4, ... (level 0 is *this)
+    boost::intrusive_ptr<const IDataVideo> premultiplied_;
 };
 
 // Halves a frame with a 2x2 box filter (odd last rows and columns averaged with what exists).

@@ -38,7 +38,14 @@ public:
     virtual boost::intrusive_ptr<const IDataVideo> GetLevel(int index) const = 0;
     virtual void BuildLevels(int minSide = 256) = 0;
 
-    // Exact bytes held by this frame: pixel buffer plus levels.
+    // For a BGRA frame with transparency: the same pixels with premultiplied alpha, which is
+    // what the screen draws, so that showing the frame converts nothing on the UI thread. Set
+    // once by the frame's creator on its own thread, before the frame is shared; null until
+    // then and for every other frame. Thread-safe.
+    virtual boost::intrusive_ptr<const IDataVideo> GetPremultiplied() const = 0;
+    virtual void SetPremultiplied(boost::intrusive_ptr<const IDataVideo> premultiplied) = 0;
+
+    // Exact bytes held by this frame: pixel buffer plus levels and premultiplied copy.
     virtual std::uint64_t GetMemorySize() const = 0;
 };
 

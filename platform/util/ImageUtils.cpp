@@ -34,12 +34,18 @@ void ReleaseFrame(void* holder)
 
 } // namespace
 
-QImage ImageUtils::FrameToImage(const Proc::DataVideoPtr& frame) const
+QImage ImageUtils::FrameToImage(const Proc::DataVideoPtr& source) const
 {
-    if (!frame)
+    if (!source)
         return QImage();
+    // A frame with transparency may carry the premultiplied form that Qt draws without
+    // converting; it shares the same pixels.
+    const auto premultiplied = source->GetPixFmt() == Proc::PIX_FMT_BGRA32 && !source->IsOpaque()
+                                   ? source->GetPremultiplied()
+                                   : nullptr;
+    const Proc::DataVideoPtr frame = premultiplied ? boost::const_pointer_cast<Proc::IDataVideo>(premultiplied) : source;
     const Conf::FrameInfo& info = frame->GetFrameInfo();
-    const QImage::Format format = QtFormatFor(*frame);
+    const QImage::Format format = premultiplied ? QImage::Format_ARGB32_Premultiplied : QtFormatFor(*frame);
     if (format == QImage::Format_Invalid) {
         LOG(WARNING) << "Frame of pixel format " << frame->GetPixFmt() << " cannot be shown";
         return QImage();

@@ -6,8 +6,11 @@
 
 #include <gtest/gtest.h>
 
+#include <QImage>
+
 #include "core/Exception.h"
 #include "photocore/FrameOps.h"
+#include "util/ImageUtils.h"
 #include "support/FrameTestSupport.h"
 
 namespace Quelto::Lumindra::PhotoCore {
@@ -164,6 +167,37 @@ TEST(FrameOps, DisplayConversionRoundsEverySixteenBitValue)
         ASSERT_EQ(p[3], p[0]);
     }
     EXPECT_EQ(FrameOps::ToDisplay(shown), shown) << "a display frame is passed through";
+}
+
+// A display frame with transparency carries its premultiplied form, made where the frame is,
+// and the screen's image is made from it without a conversion; opaque frames carry none.
+TEST(FrameOps, DisplayFramesWithTransparencyCarryTheirPremultipliedForm)
+{
+    for (const bool transparent : {false, true}) {
+        SCOPED_TRACE(transparent ? "transparent" : "opaque");
+        const DataVideoPtr frame = MakeNoiseFrame(Proc::PIX_FMT_BGRA32, 64, 48, transparent);
+        const std::uint64_t bare = frame->GetMemorySize();
+        const DataVideoPtr shown = FrameOps::ToDisplay(frame);
+        const auto premultiplied = shown->GetPremultiplied();
+        ASSERT_EQ(premultiplied != nullptr, transparent);
+        const QImage image = Util::ImageUtils().FrameToImage(shown);
+        if (!transparent) {
+            EXPECT_EQ(image.format(), QImage::Format_RGB32);
+            continue;
+        }
+        EXPECT_EQ(shown->GetMemorySize(), bare + premultiplied->GetMemorySize());
+        EXPECT_EQ(image.format(), QImage::Format_ARGB32_Premultiplied);
+        EXPECT_EQ(image.constBits(), premultiplied->GetData()) << "the image copies the pixels";
+        for (int y = 0; y < 48; ++y) {
+            for (int x = 0; x < 64; ++x) {
+                const Rgba straight = ReadPixel(*shown, x, y);
+                const Rgba stored = ReadPixel(*premultiplied, x, y);
+                for (int c = 0; c < 3; ++c)
+                    ASSERT_NEAR(stored[c], straight[c] * straight[3] / 255.0, 1.0) << x << "," << y;
+                ASSERT_EQ(stored[3], straight[3]);
+            }
+        }
+    }
 }
 
 TEST(FrameOps, ResizeHitsTheTargetAndKeepsAFlatColourFlat)
