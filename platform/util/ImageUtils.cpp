@@ -34,18 +34,25 @@ void ReleaseFrame(void* holder)
 
 } // namespace
 
-QImage ImageUtils::FrameToImage(const Proc::DataVideoPtr& source) const
+QImage ImageUtils::FrameToImage(const Proc::DataVideoPtr& frame) const
 {
-    if (!source)
+    return frame ? WrapFrame(frame, QtFormatFor(*frame)) : QImage();
+}
+
+QImage ImageUtils::FrameToDisplayImage(const Proc::DataVideoPtr& frame) const
+{
+    if (!frame)
         return QImage();
-    // A frame with transparency may carry the premultiplied form that Qt draws without
-    // converting; it shares the same pixels.
-    const auto premultiplied = source->GetPixFmt() == Proc::PIX_FMT_BGRA32 && !source->IsOpaque()
-                                   ? source->GetPremultiplied()
-                                   : nullptr;
-    const Proc::DataVideoPtr frame = premultiplied ? boost::const_pointer_cast<Proc::IDataVideo>(premultiplied) : source;
+    const auto premultiplied =
+        frame->GetPixFmt() == Proc::PIX_FMT_BGRA32 && !frame->IsOpaque() ? frame->GetPremultiplied() : nullptr;
+    if (!premultiplied)
+        return FrameToImage(frame);
+    return WrapFrame(boost::const_pointer_cast<Proc::IDataVideo>(premultiplied), QImage::Format_ARGB32_Premultiplied);
+}
+
+QImage ImageUtils::WrapFrame(const Proc::DataVideoPtr& frame, QImage::Format format)
+{
     const Conf::FrameInfo& info = frame->GetFrameInfo();
-    const QImage::Format format = premultiplied ? QImage::Format_ARGB32_Premultiplied : QtFormatFor(*frame);
     if (format == QImage::Format_Invalid) {
         LOG(WARNING) << "Frame of pixel format " << frame->GetPixFmt() << " cannot be shown";
         return QImage();
@@ -69,7 +76,7 @@ QImage ImageUtils::FrameToImage(const Proc::DataVideoPtr& source) const
 
 QPixmap ImageUtils::FrameToPixmap(const Proc::DataVideoPtr& frame) const
 {
-    const QImage image = FrameToImage(frame);
+    const QImage image = FrameToDisplayImage(frame);
     return image.isNull() ? QPixmap() : QPixmap::fromImage(image);
 }
 

@@ -16,8 +16,16 @@ public:
     // QImage sharing the pixels is gone; writing to the image detaches it, so the frame never
     // changes. Null for a null frame, an empty frame or an unknown format (logged).
     QImage FrameToImage(const Proc::DataVideoPtr& frame) const;
-    // UI thread only (QPixmap). Null pixmap where FrameToImage gives a null image.
+    // What the screen draws: FrameToImage, except that a frame with transparency that carries
+    // its premultiplied form gives that (ARGB32 premultiplied, shared the same way), which Qt
+    // draws without converting. Any thread.
+    QImage FrameToDisplayImage(const Proc::DataVideoPtr& frame) const;
+    // UI thread only (QPixmap). FrameToDisplayImage as a pixmap; null where it is null.
     QPixmap FrameToPixmap(const Proc::DataVideoPtr& frame) const;
+
+private:
+    // The image over a non-null frame's pixels in `format` (see FrameToImage).
+    static QImage WrapFrame(const Proc::DataVideoPtr& frame, QImage::Format format);
 };
 
 } // namespace Quelto::Lumindra::Util

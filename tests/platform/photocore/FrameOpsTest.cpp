@@ -180,7 +180,7 @@ TEST(FrameOps, DisplayFramesWithTransparencyCarryTheirPremultipliedForm)
         const DataVideoPtr shown = FrameOps::ToDisplay(frame);
         const auto premultiplied = shown->GetPremultiplied();
         ASSERT_EQ(premultiplied != nullptr, transparent);
-        const QImage image = Util::ImageUtils().FrameToImage(shown);
+        const QImage image = Util::ImageUtils().FrameToDisplayImage(shown);
         if (!transparent) {
             EXPECT_EQ(image.format(), QImage::Format_RGB32);
             continue;
