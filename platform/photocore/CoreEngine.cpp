@@ -22,16 +22,6 @@ namespace Quelto::Lumindra::PhotoCore {
 namespace {
 
 using Proc::DataVideoPtr;
-using Clock = std::chrono::steady_clock;
-
-// Reduced levels stop when the short side would drop below this: the canvas never shows a
-// picture smaller than a thumbnail from them.
-constexpr int kLevelsMinSide = 256;
-
-double MillisecondsSince(Clock::time_point start)
-{
-    return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
 
 QString FromUtf8(const std::string& s)
 {
@@ -41,7 +31,8 @@ QString FromUtf8(const std::string& s)
 } // namespace
 
 CoreEngine::CoreEngine(CoreSource source, std::string sessionId, std::uint64_t pixelLimit)
-    : source_(std::move(source)), sessionId_(std::move(sessionId)), pixelLimit_(pixelLimit)
+    : source_(std::move(source)), sessionId_(std::move(sessionId)),
+      renderer_(source_, pixelLimit, *this, events_, frames_, lastPreview_, jobs_)
 {
     fileName_ = source_.path.utf8string();
     fileSize_ = source_.fileSize;
@@ -58,10 +49,10 @@ void CoreEngine::Shutdown()
 {
     // A save or a session write-out asked for before the core was dropped still ends: the
     // person's file and session must not be lost with the window.
-    if (!stopping_.load() && !queue_.IsRenderThread()
+    if (!events_.IsClosed() && !queue_.IsRenderThread()
         && jobs_.HasPending({ICoreEventHandler::CoreEventJobDone::JOB_SAVE, ICoreEventHandler::CoreEventJobDone::JOB_SNAPSHOT}))
         queue_.WaitForIdle(-1);
-    stopping_.store(true);
+    events_.Close();
     queue_.Shutdown();
     frames_.Stop();
     jobs_.Abandon("The editing core stopped before the work was done");
@@ -76,7 +67,7 @@ void CoreEngine::SetInitialFrame(const ImageDecoder::Result& first)
         return;
     const std::vector<EditStep> none;
     if (!first.full) {
-        frames_.SetPreview(first.frame, MinAlphaOf(first.frame, none));
+        frames_.SetPreview(first.frame, renderer_.MinAlphaOf(first.frame, none));
         std::lock_guard<std::mutex> lock(metaMutex_);
         currentSettings_ = MakeSettingsLocked(first.frame->GetFrameInfo());
         return;
@@ -85,7 +76,7 @@ void CoreEngine::SetInitialFrame(const ImageDecoder::Result& first)
     const Conf::FrameInfo& info = first.frame->GetFrameInfo();
     if (first.frame->GetPixFmt() == Proc::PIX_FMT_BGRA32
         || std::uint64_t(info.width) * std::uint64_t(info.height) <= ImageDecoder::kSmallPicturePixels)
-        frames_.SetPreview(FrameOps::ToDisplay(first.frame), MinAlphaOf(first.frame, none));
+        frames_.SetPreview(FrameOps::ToDisplay(first.frame), renderer_.MinAlphaOf(first.frame, none));
     std::lock_guard<std::mutex> lock(metaMutex_);
     initialWorking_ = first.frame;
     initialScaled_ = first.scaledForMemory;
@@ -96,111 +87,14 @@ void CoreEngine::PostLoad()
 {
     auto self = shared_from_this();
     const std::uint64_t id = jobs_.Begin(ICoreEventHandler::CoreEventJobDone::JOB_OPEN, GetFileName());
-    queue_.Post(QUEUE_LOAD, [self, id] { self->RunLoad(id); });
-}
-
-void CoreEngine::RunLoad(std::uint64_t jobId)
-{
-    DataVideoPtr working;
-    bool scaled = false;
-    bool decodeFull;
-    bool allowSixteenBit;
-    {
-        std::lock_guard<std::mutex> lock(metaMutex_);
-        working = initialWorking_;
-        scaled = initialScaled_;
-        decodeFull = !working;
-        allowSixteenBit = allowSixteenBit_;
-    }
-    const std::string name = GetFileName();
-    // What is on show before the full frame: the reduced preview, or a small picture's own display frame.
-    DataVideoPtr display = frames_.GetDisplay();
-    if (display && decodeFull) {
-        PublishDrawer(&IDrawerEventHandler::HandleFrameTemporary,
-                      IDrawerEventHandler::DrawerEventFrameTemporary("Preview", name, 0, display));
-        ICoreEventHandler::CoreEventLoaded loaded;
-        loaded.text = "Preview";
-        loaded.fileName = name;
-        loaded.stage = ICoreEventHandler::CoreEventLoaded::LOAD_PREVIEW;
-        PublishCore(&ICoreEventHandler::HandleLoaded, loaded);
-    }
-
-    const auto start = Clock::now();
-    if (decodeFull) {
-        const auto progress = GetProgressController();
-        if (progress)
-            progress->Begin("Opening " + QFileInfo(FromUtf8(name)).fileName().toStdString());
-        try {
-            DecodeOptions options;
-            options.pixelLimit = pixelLimit_;
-            options.allowSixteenBit = allowSixteenBit;
-            const ImageDecoder::Result full =
-                ImageDecoder::DecodeFull(source_.path.utf8string(), source_.header, options, &stopping_);
-            working = full.frame;
-            scaled = full.scaledForMemory;
-            display = FrameOps::ToDisplay(working);
-        } catch (const std::exception& e) {
-            if (progress)
-                progress->End();
-            FinishLoadFailed(jobId, name, "Cannot open \"" + name + "\": " + e.what());
-            return;
-        }
-        if (progress)
-            progress->End();
-    } else if (!display) {
-        display = FrameOps::ToDisplay(working);
-    }
-    frames_.SetFull(working, display, scaled, MinAlphaOf(working, {}));
-    double elapsedMs;
-    {
-        std::lock_guard<std::mutex> lock(metaMutex_);
-        initialWorking_.reset();
-        originalSettings_ = currentSettings_ = MakeSettingsLocked(working->GetFrameInfo());
-        elapsedMs = lastRenderMs_ = MillisecondsSince(start);
-        ++renderCount_;
-    }
-    VLOG(30) << "Full frame of " << name << " ready: " << working->GetFrameInfo().width << "x"
-             << working->GetFrameInfo().height << (scaled ? " (reduced for memory)" : "") << " in " << elapsedMs
-             << " ms";
-
-    PublishDrawer(&IDrawerEventHandler::HandleFrame,
-                  IDrawerEventHandler::DrawerEventFrame("Loaded", name, -1,
-                                                        IDrawerEventHandler::DrawerEventFrame::REASON_LOADED));
-    ICoreEventHandler::CoreEventLoaded loaded;
-    loaded.text = "Loaded";
-    loaded.fileName = name;
-    loaded.stage = ICoreEventHandler::CoreEventLoaded::LOAD_FULL;
-    PublishCore(&ICoreEventHandler::HandleLoaded, loaded);
-    CoreJobs::Outcome outcome;
-    outcome.text = "Loaded";
-    PublishCore(&ICoreEventHandler::HandleJobDone, jobs_.Finish(jobId, outcome));
-    BuildLevels(display);
-}
-
-void CoreEngine::FinishLoadFailed(std::uint64_t jobId, const std::string& name, const std::string& message)
-{
-    if (!stopping_.load())
-        LOG(ERROR) << message;
-    frames_.SetFailed(message);
-    ICoreEventHandler::CoreEventLoaded failed;
-    failed.text = message;
-    failed.fileName = name;
-    failed.stage = ICoreEventHandler::CoreEventLoaded::LOAD_FAILED;
-    PublishCore(&ICoreEventHandler::HandleLoaded, failed);
-    PublishCore(&ICoreEventHandler::HandleThrow,
-                ICoreEventHandler::ThrowEvent(std::make_shared<PhotoCoreException>(message), name));
-    CoreJobs::Outcome outcome;
-    outcome.success = false;
-    outcome.text = "Loading failed";
-    outcome.reason = message;
-    PublishCore(&ICoreEventHandler::HandleJobDone, jobs_.Finish(jobId, outcome));
+    queue_.Post(QUEUE_LOAD, [self, id] { self->renderer_.RunLoad(id); });
 }
 
 void CoreEngine::RestoreHistory(const HistoryState& history)
 {
     std::unique_lock<std::mutex> lock(historyMutex_);
     history_.Restore(history);
-    RenderTarget target = MakeTargetLocked(IDrawerEventHandler::DrawerEventFrame::REASON_RESET, "Restore", true);
+    CoreRenderer::Target target = MakeTargetLocked(IDrawerEventHandler::DrawerEventFrame::REASON_RESET, "Restore", true);
     target.savedChanged = false;
     lock.unlock();
     PostRender(std::move(target));
@@ -238,22 +132,22 @@ ioPath CoreEngine::EnsureSessionFolder() const
 
 void CoreEngine::RegisterCoreEventHandler(ICoreEventHandler* handler)
 {
-    coreEvents_.RegisterEventHandler(handler);
+    events_.GetCoreEvents().RegisterEventHandler(handler);
 }
 
 void CoreEngine::UnregisterCoreEventHandler(ICoreEventHandler* handler)
 {
-    coreEvents_.UnregisterEventHandler(handler);
+    events_.GetCoreEvents().UnregisterEventHandler(handler);
 }
 
 void CoreEngine::RegisterDrawerEventHandler(IDrawerEventHandler* handler)
 {
-    drawerEvents_.RegisterEventHandler(handler);
+    events_.GetDrawerEvents().RegisterEventHandler(handler);
 }
 
 void CoreEngine::UnregisterDrawerEventHandler(IDrawerEventHandler* handler)
 {
-    drawerEvents_.UnregisterEventHandler(handler);
+    events_.GetDrawerEvents().UnregisterEventHandler(handler);
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -308,7 +202,7 @@ void CoreEngine::ApplyEffect(const Proc::SettingsBase& settings)
     }
     const bool wasSaved = history_.IsSaved();
     history_.Push(copy);
-    RenderTarget target = MakeTargetLocked(IDrawerEventHandler::DrawerEventFrame::REASON_EDIT,
+    CoreRenderer::Target target = MakeTargetLocked(IDrawerEventHandler::DrawerEventFrame::REASON_EDIT,
                                            settings.GetDisplayName(), wasSaved);
     lock.unlock();
     queue_.DropTrailing(QUEUE_PREVIEW); // a preview still queued would only flash before this
@@ -321,14 +215,14 @@ void CoreEngine::PreviewEffect(const Proc::SettingsBase& settings)
         throw PhotoCoreException("The editing core cannot show \"" + settings.GetDisplayName() + "\"");
     std::shared_ptr<const Proc::SettingsBase> copy(settings.Clone());
     auto self = shared_from_this();
-    queue_.PostReplacingLast(QUEUE_PREVIEW, [self, copy] { self->RunPreview(copy); });
+    queue_.PostReplacingLast(QUEUE_PREVIEW, [self, copy] { self->renderer_.RunPreview(copy); });
 }
 
 void CoreEngine::CancelPreview()
 {
     queue_.DropTrailing(QUEUE_PREVIEW);
     auto self = shared_from_this();
-    queue_.Post(QUEUE_CANCEL_PREVIEW, [self] { self->RunCancelPreview(); });
+    queue_.Post(QUEUE_CANCEL_PREVIEW, [self] { self->renderer_.RunCancelPreview(); });
 }
 
 IPhotoCoreDrawer::AlphaInfo CoreEngine::GetAlphaInfo() const
@@ -407,7 +301,7 @@ void CoreEngine::Undo()
     const std::string name = history_.GetUndoName();
     if (!history_.Undo())
         return;
-    RenderTarget target = MakeTargetLocked(IDrawerEventHandler::DrawerEventFrame::REASON_UNDO, name, wasSaved);
+    CoreRenderer::Target target = MakeTargetLocked(IDrawerEventHandler::DrawerEventFrame::REASON_UNDO, name, wasSaved);
     lock.unlock();
     PostRender(std::move(target));
 }
@@ -419,7 +313,7 @@ void CoreEngine::Redo()
     const std::string name = history_.GetRedoName();
     if (!history_.Redo())
         return;
-    RenderTarget target = MakeTargetLocked(IDrawerEventHandler::DrawerEventFrame::REASON_REDO, name, wasSaved);
+    CoreRenderer::Target target = MakeTargetLocked(IDrawerEventHandler::DrawerEventFrame::REASON_REDO, name, wasSaved);
     lock.unlock();
     PostRender(std::move(target));
 }
@@ -526,9 +420,9 @@ void CoreEngine::MarkSaved(const std::string& utf8Name)
     auto self = shared_from_this();
     auto publish = [self, changed, wasSaved] {
         if (!wasSaved)
-            self->PublishDrawer(&IDrawerEventHandler::HandleChangeToSave,
+            self->events_.PublishDrawer(&IDrawerEventHandler::HandleChangeToSave,
                                 IDrawerEventHandler::DrawerEventChangeToSave("Saved", changed.description, 0));
-        self->PublishCore(&ICoreEventHandler::HandleStateChanged, changed);
+        self->events_.PublishCore(&ICoreEventHandler::HandleStateChanged, changed);
     };
     if (queue_.IsRenderThread())
         publish();
@@ -554,7 +448,7 @@ void CoreEngine::RunOnRenderThread(const std::function<void()>& fn)
         fn();
         return;
     }
-    if (stopping_.load())
+    if (events_.IsClosed())
         throw PhotoCoreException("The editing core is shutting down");
     auto done = std::make_shared<std::promise<void>>();
     std::future<void> result = done->get_future();
@@ -582,7 +476,7 @@ void CoreEngine::PostTask(std::function<void()> fn)
 std::uint64_t CoreEngine::StartJob(int kind, std::string fileName, std::function<CoreJobs::Outcome()> work)
 {
     const std::uint64_t id = jobs_.Begin(kind, fileName);
-    if (stopping_.load()) {
+    if (events_.IsClosed()) {
         CoreJobs::Outcome outcome;
         outcome.success = false;
         outcome.reason = "The editing core is shutting down";
@@ -598,7 +492,7 @@ std::uint64_t CoreEngine::StartJob(int kind, std::string fileName, std::function
             outcome.success = false;
             outcome.reason = e.what();
         }
-        self->PublishCore(&ICoreEventHandler::HandleJobDone, self->jobs_.Finish(id, outcome));
+        self->events_.PublishCore(&ICoreEventHandler::HandleJobDone, self->jobs_.Finish(id, outcome));
     });
     return id;
 }
@@ -691,28 +585,59 @@ std::string CoreEngine::GetDebugInfo() const
             << frame->GetPixFmt();
     out << "; " << (frames_.IsFullReady() ? "full" : (frames_.IsLoadFailed() ? "load failed" : "preview"))
         << (frames_.IsScaledForMemory() ? ", reduced" : "") << "; history " << undo << "/" << steps << "; memory "
-        << memory << " bytes; renders " << renderCount_ << ", last " << lastRenderMs_ << " ms";
+        << memory << " bytes; renders " << renderer_.GetRenderCount() << ", last "
+        << renderer_.GetLastRenderMilliseconds() << " ms";
     return out.str();
 }
 
 double CoreEngine::GetLastRenderMilliseconds() const
 {
-    std::lock_guard<std::mutex> lock(metaMutex_);
-    return lastRenderMs_;
+    return renderer_.GetLastRenderMilliseconds();
 }
 
 int CoreEngine::GetRenderCount() const
 {
+    return renderer_.GetRenderCount();
+}
+
+// ---------------------------------------------------------------------------------------------
+// What the renderer asks and tells
+
+CoreRenderer::Host::LoadInput CoreEngine::GetLoadInput() const
+{
     std::lock_guard<std::mutex> lock(metaMutex_);
-    return renderCount_;
+    return {initialWorking_, initialScaled_, allowSixteenBit_};
+}
+
+void CoreEngine::OnFullFrame(const Conf::FrameInfo& info)
+{
+    std::lock_guard<std::mutex> lock(metaMutex_);
+    initialWorking_.reset();
+    originalSettings_ = currentSettings_ = MakeSettingsLocked(info);
+}
+
+void CoreEngine::OnRendered(const Conf::FrameInfo& info)
+{
+    std::lock_guard<std::mutex> lock(metaMutex_);
+    currentSettings_ = MakeSettingsLocked(info);
+}
+
+ICoreEventHandler::CoreEventStateChanged CoreEngine::GetHistoryCounts() const
+{
+    ICoreEventHandler::CoreEventStateChanged changed;
+    std::lock_guard<std::mutex> lock(historyMutex_);
+    changed.saved = history_.IsSaved();
+    changed.undoCount = history_.GetUndoCount();
+    changed.redoCount = history_.GetRedoCount();
+    return changed;
 }
 
 // ---------------------------------------------------------------------------------------------
 // Rendering
 
-CoreEngine::RenderTarget CoreEngine::MakeTargetLocked(int reason, const std::string& name, bool wasSaved) const
+CoreRenderer::Target CoreEngine::MakeTargetLocked(int reason, const std::string& name, bool wasSaved) const
 {
-    RenderTarget target;
+    CoreRenderer::Target target;
     target.steps = history_.GetApplied();
     target.reason = reason;
     target.name = name;
@@ -723,133 +648,11 @@ CoreEngine::RenderTarget CoreEngine::MakeTargetLocked(int reason, const std::str
     return target;
 }
 
-void CoreEngine::PostRender(RenderTarget target)
+void CoreEngine::PostRender(CoreRenderer::Target target)
 {
     auto self = shared_from_this();
     const std::uint64_t id = jobs_.Begin(ICoreEventHandler::CoreEventJobDone::JOB_RENDER, GetFileName());
-    queue_.Post(QUEUE_RENDER, [self, id, target = std::move(target)] { self->RunRender(target, id); });
-}
-
-void CoreEngine::RunRender(const RenderTarget& target, std::uint64_t jobId)
-{
-    const auto start = Clock::now();
-    const std::string fileName = GetFileName();
-    CoreJobs::Outcome outcome;
-    outcome.text = target.name;
-    if (!frames_.IsFullReady()) {
-        LOG(WARNING) << "Edit \"" << target.name << "\" not rendered: the picture is not loaded";
-        outcome.success = false;
-        outcome.reason = "The picture is not loaded";
-        PublishCore(&ICoreEventHandler::HandleJobDone, jobs_.Finish(jobId, outcome));
-        return;
-    }
-    const CoreFrames::RenderBase base = frames_.GetRenderBase(target.steps);
-    const std::unique_ptr<PreviewCache::Entry> preview = lastPreview_.Take();
-
-    DataVideoPtr working = base.working;
-    for (std::size_t i = base.firstStep; i < target.steps.size(); ++i) {
-        const Proc::SettingsBase& settings = *target.steps[i].settings;
-        // The last preview already shows this step when it was made on the same frame (an
-        // 8-bit working frame is its own display frame).
-        if (i + 1 == target.steps.size() && preview && preview->base == working
-            && EditRegistry::Equal(*preview->settings, settings)) {
-            working = preview->frame;
-            continue;
-        }
-        try {
-            working = FrameOps::Apply(working, settings);
-        } catch (const std::exception& e) {
-            LOG(ERROR) << "Edit \"" << settings.GetDisplayName() << "\" could not be applied: " << e.what();
-            outcome.success = false;
-            outcome.reason = "\"" + settings.GetDisplayName() + "\" could not be applied: " + e.what();
-            PublishCore(&ICoreEventHandler::HandleThrow,
-                        ICoreEventHandler::ThrowEvent(std::make_shared<PhotoCoreException>(e.what()), fileName));
-        }
-    }
-    const DataVideoPtr display = FrameOps::ToDisplay(working);
-    frames_.SetCurrent(working, display, target.steps, MinAlphaOf(working, target.steps));
-
-    ICoreEventHandler::CoreEventStateChanged changed;
-    double elapsedMs;
-    {
-        std::lock_guard<std::mutex> lock(metaMutex_);
-        currentSettings_ = MakeSettingsLocked(working->GetFrameInfo());
-        elapsedMs = lastRenderMs_ = MillisecondsSince(start);
-        ++renderCount_;
-    }
-    {
-        std::lock_guard<std::mutex> lock(historyMutex_);
-        changed.saved = history_.IsSaved();
-        changed.undoCount = history_.GetUndoCount();
-        changed.redoCount = history_.GetRedoCount();
-    }
-    VLOG(30) << "Rendered \"" << target.name << "\" (" << target.steps.size() << " steps) in " << elapsedMs << " ms";
-
-    PublishDrawer(&IDrawerEventHandler::HandleFrame,
-                  IDrawerEventHandler::DrawerEventFrame("Frame", target.name, -1, target.reason));
-    PublishDrawer(&IDrawerEventHandler::HandleUndo,
-                  IDrawerEventHandler::DrawerEventUndo("History", target.name, target.undoCount));
-    if (target.savedChanged)
-        PublishDrawer(&IDrawerEventHandler::HandleChangeToSave,
-                      IDrawerEventHandler::DrawerEventChangeToSave(target.saved ? "Saved" : "Changed", target.name,
-                                                                   target.saved ? 0 : 1));
-    changed.text = "History";
-    changed.description = target.name;
-    PublishCore(&ICoreEventHandler::HandleStateChanged, changed);
-    PublishCore(&ICoreEventHandler::HandleJobDone, jobs_.Finish(jobId, outcome));
-    BuildLevels(display);
-}
-
-void CoreEngine::RunPreview(const std::shared_ptr<const Proc::SettingsBase>& settings)
-{
-    const DataVideoPtr base = frames_.GetDisplay();
-    lastPreview_.Clear(); // its frame is about to be superseded
-    if (!base)
-        return;
-    DataVideoPtr frame;
-    try {
-        // On the display frame: 8 bits are what the screen shows, and they are quick.
-        frame = FrameOps::Apply(base, *settings);
-    } catch (const std::exception& e) {
-        LOG(WARNING) << "Preview of \"" << settings->GetDisplayName() << "\" failed: " << e.what();
-        return;
-    }
-    lastPreview_.Store({base, settings, frame});
-    PublishDrawer(&IDrawerEventHandler::HandleFrameTemporary,
-                  IDrawerEventHandler::DrawerEventFrameTemporary("Preview", settings->GetDisplayName(), 1, frame));
-}
-
-void CoreEngine::RunCancelPreview()
-{
-    lastPreview_.Clear();
-    PublishDrawer(&IDrawerEventHandler::HandleFrame,
-                  IDrawerEventHandler::DrawerEventFrame("Preview cancelled", "", -1,
-                                                        IDrawerEventHandler::DrawerEventFrame::REASON_PREVIEW_END));
-}
-
-void CoreEngine::BuildLevels(const DataVideoPtr& display)
-{
-    if (!display || stopping_.load())
-        return;
-    const auto start = Clock::now();
-    try {
-        display->BuildLevels(kLevelsMinSide);
-    } catch (const std::exception& e) {
-        // Levels only make zooming out faster; without them the resizer starts from the frame.
-        LOG(WARNING) << "Reduced levels not built: " << e.what();
-        return;
-    }
-    VLOG(30) << "Reduced levels (" << display->GetLevelCount() << ") built in " << MillisecondsSince(start) << " ms";
-}
-
-int CoreEngine::MinAlphaOf(const DataVideoPtr& frame, const std::vector<EditStep>& steps) const
-{
-    if (!source_.header.hasAlpha || !frame)
-        return -1;
-    for (const auto& step : steps)
-        if (EditRegistry::RemovesAlpha(*step.settings))
-            return -1;
-    return Proc::AlphaRange::Of(*frame).Min8();
+    queue_.Post(QUEUE_RENDER, [self, id, target = std::move(target)] { self->renderer_.RunRender(target, id); });
 }
 
 // ---------------------------------------------------------------------------------------------

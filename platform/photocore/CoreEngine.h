@@ -15,10 +15,11 @@
 
 #include "core/IProgressController.h"
 #include "core/IoPath.h"
-#include "photocore/CoreEventForwarder.h"
+#include "photocore/CoreEventGate.h"
 #include "photocore/CoreFrames.h"
 #include "photocore/CoreJobs.h"
-#include "photocore/DrawerEventForwarder.h"
+#include "photocore/CoreRenderer.h"
+#include "photocore/CoreSource.h"
 #include "photocore/EditHistory.h"
 #include "photocore/ICoreEventSource.h"
 #include "photocore/IDebug.h"
@@ -34,23 +35,16 @@
 
 namespace Quelto::Lumindra::PhotoCore {
 
-// What a core was opened from. Fixed once the core exists.
-struct CoreSource {
-    ioPath path;                      // empty for pictures that have no file
-    std::string key;                  // the tool or variant key the core was asked for with
-    ImageSource source = ImageSourceFile;
-    ImageHeader header;               // codec, orientation, alpha, depth, resolution
-    std::uint64_t fileSize = 0;       // of the file when it was read
-    std::int64_t fileModifiedMs = 0;  // its modification time then (ms since the epoch)
-};
-
-// The jobs of one editing core and the state they share. The core object that users hold
-// (EditingCore) forwards to it; it is shared with the jobs on the render thread so that a job
-// can finish safely even if the core's last reference is dropped while it runs.
+// The requests and queries of one editing core, and the jobs that carry them out. The core
+// object that users hold (EditingCore) forwards to it; it is shared with the jobs on the render
+// thread so that a job can finish safely even if the core's last reference is dropped while it
+// runs.
 //
 // The state is split by responsibility: the edit history (EditHistory, guarded by historyMutex_),
-// the frames (CoreFrames), the last preview (PreviewCache) and the selections (SelectionStore),
-// each guarding itself. Frame settings are immutable snapshots handed out as shared values.
+// the frames (CoreFrames), the last preview (PreviewCache), the selections (SelectionStore) and
+// the jobs (CoreJobs), each guarding itself; the decode and render work is the renderer's
+// (CoreRenderer), and the events go out through a gate closed at shutdown (CoreEventGate).
+// Frame settings are immutable snapshots handed out as shared values.
 //
 // Threads: queries and requests come from any thread and return at once. The history is updated
 // on the calling thread (so counts and the saved state are current when a request returns); the
@@ -60,7 +54,8 @@ struct CoreSource {
 class CoreEngine : public std::enable_shared_from_this<CoreEngine>,
                    public ICoreEventSource,
                    public IPhotoCoreProcessing,
-                   public IDebug {
+                   public IDebug,
+                   private CoreRenderer::Host {
 public:
     CoreEngine(CoreSource source, std::string sessionId, std::uint64_t pixelLimit);
     ~CoreEngine() override;
@@ -157,7 +152,7 @@ public:
     void SetLanguage(const std::string& language);
     std::string GetLanguage() const;
     void SetProgressController(const boost::intrusive_ptr<Core::IProgressController>& progress);
-    boost::intrusive_ptr<Core::IProgressController> GetProgressController() const;
+    boost::intrusive_ptr<Core::IProgressController> GetProgressController() const override;
 
     // Selections (kept in memory; their files are the IO engine's business).
     SelectionStore& GetSelections() { return selections_; }
@@ -176,56 +171,25 @@ public:
 private:
     enum QueueKind { QUEUE_LOAD, QUEUE_RENDER, QUEUE_PREVIEW, QUEUE_CANCEL_PREVIEW, QUEUE_TASK };
 
-    // What a render job brings the current frame to, with what it announces afterwards.
-    struct RenderTarget {
-        std::vector<EditStep> steps;
-        int reason = 0;
-        std::string name;
-        int undoCount = 0;
-        int redoCount = 0;
-        bool saved = false;
-        bool savedChanged = false;
-    };
-
-    void RunLoad(std::uint64_t jobId);
-    void RunRender(const RenderTarget& target, std::uint64_t jobId);
-    void RunPreview(const std::shared_ptr<const Proc::SettingsBase>& settings);
-    void RunCancelPreview();
-    void FinishLoadFailed(std::uint64_t jobId, const std::string& name, const std::string& message);
-
     // Caller holds historyMutex_.
-    RenderTarget MakeTargetLocked(int reason, const std::string& name, bool wasSaved) const;
+    CoreRenderer::Target MakeTargetLocked(int reason, const std::string& name, bool wasSaved) const;
     Conf::FrameInfo LogicalInfoLocked(std::size_t stepCount) const;
-    // Smallest alpha of a frame that shows `steps`; -1 when it has no alpha channel. Scans the
-    // pixels: render thread (or a small frame).
-    int MinAlphaOf(const Proc::DataVideoPtr& frame, const std::vector<EditStep>& steps) const;
     // Caller holds metaMutex_.
     std::shared_ptr<const SettingsCore> MakeSettingsLocked(const Conf::FrameInfo& info) const;
-    std::string GetFileName() const;
 
-    void PostRender(RenderTarget target);
-    void BuildLevels(const Proc::DataVideoPtr& display);
+    void PostRender(CoreRenderer::Target target);
 
-    template <class Method, class Event>
-    void PublishDrawer(Method method, const Event& event)
-    {
-        if (!stopping_.load())
-            drawerEvents_.PublishEvent(method, event);
-    }
-    template <class Method, class Event>
-    void PublishCore(Method method, const Event& event)
-    {
-        if (!stopping_.load())
-            coreEvents_.PublishEvent(method, event);
-    }
+    // --- CoreRenderer::Host ---
+    std::string GetFileName() const override;
+    LoadInput GetLoadInput() const override;
+    void OnFullFrame(const Conf::FrameInfo& info) override;
+    void OnRendered(const Conf::FrameInfo& info) override;
+    ICoreEventHandler::CoreEventStateChanged GetHistoryCounts() const override;
 
     const CoreSource source_;
     const std::string sessionId_;
-    const std::uint64_t pixelLimit_;
 
-    CoreEventForwarder coreEvents_;
-    DrawerEventForwarder drawerEvents_;
-    std::atomic<bool> stopping_ {false};
+    CoreEventGate events_;
     std::atomic<IDrawable*> drawable_ {nullptr};
     std::atomic<bool> overlayOnly_ {false};
 
@@ -233,6 +197,7 @@ private:
     PreviewCache lastPreview_;
     SelectionStore selections_;
     CoreJobs jobs_;
+    CoreRenderer renderer_;
 
     mutable std::mutex historyMutex_; // guards history_
     EditHistory history_;
@@ -250,8 +215,6 @@ private:
     std::int64_t fileModifiedMs_ = 0;
     boost::intrusive_ptr<Core::IProgressController> progress_;
     std::string language_;
-    double lastRenderMs_ = 0.0;
-    int renderCount_ = 0;
 
     mutable RenderQueue queue_; // last: it stops before the state above goes
 };
