@@ -63,7 +63,7 @@ bool CoreCache::EraseEntry(const std::string& name, const PhotoCore::IPhotoCore*
     auto it = entries_.find(name);
     if (it == entries_.end())
         return false;
-    if (onlyCore && (it->second.get() != onlyCore || name == currentName_))
+    if (onlyCore && (it->second.get() != onlyCore || IsPinnedLocked(name)))
         return false;
     erased = std::move(it->second);
     entries_.erase(it);
@@ -95,7 +95,7 @@ std::uint64_t CoreCache::CleanupCache(std::uint64_t extraSize, const std::vector
     {
         std::lock_guard<std::mutex> lock(entriesMutex_);
         for (auto it = entries_.begin(); it != entries_.end();) {
-            if (it->first == currentName_ || std::find(wanted.begin(), wanted.end(), it->first) != wanted.end()) {
+            if (IsPinnedLocked(it->first) || std::find(wanted.begin(), wanted.end(), it->first) != wanted.end()) {
                 ++it;
                 continue;
             }
@@ -114,14 +114,14 @@ std::uint64_t CoreCache::CleanupCache(std::uint64_t extraSize, const std::vector
                 const std::uint64_t size = entry.second->GetMemorySize();
                 sizes_[entry.first] = size;
                 largestSize_ = std::max(largestSize_, size);
-                if (entry.first != currentName_)
+                if (!IsPinnedLocked(entry.first))
                     total += size;
             }
         }
 
         for (auto name = wanted.rbegin(); name != wanted.rend() && total > kBoundBytes; ++name) {
             auto it = entries_.find(*name);
-            if (it == entries_.end() || *name == currentName_)
+            if (it == entries_.end() || IsPinnedLocked(*name))
                 continue;
             const std::uint64_t size = it->second->GetMemorySize();
             total = total > size ? total - size : 0;
@@ -142,8 +142,31 @@ std::uint64_t CoreCache::CleanupCache(std::uint64_t extraSize, const std::vector
         }
     }
     if (!leaving.empty())
-        store_.WriteOut(leaving, SessionStore::WriteOutWhen::IfEdited);
+        WriteOut(leaving, SessionStore::WriteOutWhen::IfEdited);
     return total;
+}
+
+bool CoreCache::IsPinnedLocked(const std::string& name) const
+{
+    return name == currentName_ || (!openingName_.empty() && name == openingName_);
+}
+
+void CoreCache::WriteOut(const std::vector<SessionStore::Leaving>& leaving, SessionStore::WriteOutWhen when)
+{
+    const SessionStore::Outcome outcome = store_.WriteOut(leaving, when, [this](const SessionStore::Leaving& core) {
+        // Its edits exist nowhere else now: better over the bound than lost.
+        std::lock_guard<std::mutex> lock(entriesMutex_);
+        auto inserted = entries_.emplace(core.name, core.core);
+        LOG(WARNING) << core.name
+                     << (inserted.second ? " stays in memory: it could not be written out"
+                                         : " could not be written out; a newer core of it is cached");
+    });
+    if (!writeOutListener_)
+        return;
+    for (const std::string& name : outcome.written)
+        writeOutListener_(name, true);
+    for (const std::string& name : outcome.failed)
+        writeOutListener_(name, false);
 }
 
 void CoreCache::ForgetRemembered(const std::string& name)
@@ -160,6 +183,12 @@ void CoreCache::SetCurrentName(const std::string& name)
 {
     std::lock_guard<std::mutex> lock(entriesMutex_);
     currentName_ = name;
+}
+
+void CoreCache::SetOpeningName(const std::string& name)
+{
+    std::lock_guard<std::mutex> lock(entriesMutex_);
+    openingName_ = name;
 }
 
 std::string CoreCache::GetCurrentName() const
@@ -219,7 +248,7 @@ void CoreCache::PushCurrent()
     }
     store_.ReleaseLockFile();
     if (!pushed.empty())
-        store_.WriteOut(pushed, SessionStore::WriteOutWhen::Always);
+        WriteOut(pushed, SessionStore::WriteOutWhen::Always);
 }
 
 std::string CoreCache::PopController()

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <set>
@@ -22,7 +23,12 @@ namespace Quelto::Lumindra {
 //
 // In session mode an evicted core that holds edits is written out through the session store,
 // which keeps the list of dumped names across runs; a later open of the file (or a later run)
-// rebuilds the core with its edits.
+// rebuilds the core with its edits. A core whose write-out fails (evicted or pushed) stays in
+// the cache, so that its edits live on in memory, and the write-out listener hears of it.
+//
+// While a file is being opened its name is pinned besides the current one: neither is dropped,
+// evicted nor counted, so that a clean-up on the worker during the open keeps both the open
+// picture's core and the one being built.
 //
 // Thread-safe: the UI thread and the preload worker call it concurrently. Every mutex is held
 // only for bookkeeping: cores are written out and destroyed (which joins their render threads)
@@ -34,6 +40,10 @@ public:
     // evicted and preloading stops: room for several decoded 24-megapixel photographs while
     // leaving most of a typical desktop's memory to the open image and its history.
     static constexpr std::uint64_t kBoundBytes = 700'000'000;
+
+    // Told of every write-out of a leaving core that was needed (`written` false when it
+    // failed), on the thread that wrote it, with no mutex of the cache held.
+    using WriteOutListener = std::function<void(const std::string& name, bool written)>;
 
     explicit CoreCache(bool sessionMode);
     // The key of a file: its platform file name.
@@ -49,7 +59,7 @@ public:
     // Erases the name's entry and forgets its remembered size and known name; false when there
     // was no entry.
     bool Erase(const std::string& name);
-    // Erases the name's entry only while it holds `core` and is not the current one.
+    // Erases the name's entry only while it holds `core` and is neither current nor being opened.
     bool EraseIfHolds(const std::string& name, const PhotoCore::IPhotoCore* core);
     std::vector<std::string> GetNames() const;
     std::size_t GetSize() const;
@@ -63,6 +73,12 @@ public:
     // The name the open controller uses; its core is never evicted nor counted.
     void SetCurrentName(const std::string& name);
     std::string GetCurrentName() const;
+    // The name of the file being opened (empty when none): kept like the current one until the
+    // open ends, when it becomes current (SetCurrentName) or is given up (an empty name).
+    void SetOpeningName(const std::string& name);
+
+    // Set before the cache is shared between threads.
+    void SetWriteOutListener(WriteOutListener listener) { writeOutListener_ = std::move(listener); }
 
     // The size the worker counts before loading a name that has no entry: its remembered size,
     // else the largest core size seen so far (neighbours in one folder are alike; a zero guess
@@ -96,14 +112,18 @@ public:
     void Deserialize(const boost::property_tree::ptree& in) override { store_.Deserialize(in); }
 
 private:
-    // With `onlyCore`, erases only while the entry holds it and is not the current one.
+    // With `onlyCore`, erases only while the entry holds it and is not pinned.
     bool EraseEntry(const std::string& name, const PhotoCore::IPhotoCore* onlyCore);
     void ForgetRemembered(const std::string& name);
+    bool IsPinnedLocked(const std::string& name) const;
+    // Writes the leaving cores out (no mutex held); a core whose write-out fails comes back into
+    // the cache unless its name has an entry again meanwhile.
+    void WriteOut(const std::vector<SessionStore::Leaving>& leaving, SessionStore::WriteOutWhen when);
 
     const bool sessionMode_;
     SessionStore store_;
     std::map<std::string, PhotoCore::PhotoCorePtr> entries_;
-    // Guards entries_, currentName_, acceptAll_, poppedName_ and controllerStack_.
+    // Guards entries_, currentName_, openingName_, acceptAll_, poppedName_ and controllerStack_.
     mutable std::mutex entriesMutex_;
     std::set<std::string> knownNames_;
     mutable std::mutex namesMutex_; // guards knownNames_
@@ -111,10 +131,12 @@ private:
     std::uint64_t largestSize_ = 0;
     mutable std::mutex sizesMutex_; // guards sizes_ and largestSize_
     std::string currentName_;
+    std::string openingName_;
     bool acceptAll_ = false;
     std::string poppedName_;
     std::vector<std::string> controllerStack_;
     std::atomic<int> currentTools_ {-1};
+    WriteOutListener writeOutListener_;
 };
 
 } // namespace Quelto::Lumindra

@@ -23,7 +23,8 @@ using PhotoCore::PhotoCorePtr;
 
 namespace {
 
-// Name of the file that marks the current core's session folder as in use by this process.
+// Name of the file that marks the current core's session folder as in use by this process; it
+// holds the process id, so that a later run can tell a folder left by a crash.
 const char* const kLockFileName = "workspace.lock";
 
 // The folder name of a dumped core under the temporary directory.
@@ -87,15 +88,24 @@ void SessionStore::BeginWriteOut(const std::string& name)
     writingOut_.insert(name);
 }
 
-void SessionStore::WriteOut(const std::vector<Leaving>& leaving, WriteOutWhen when)
+SessionStore::Outcome SessionStore::WriteOut(const std::vector<Leaving>& leaving, WriteOutWhen when,
+                                             const KeepUnwritten& keep)
 {
+    Outcome outcome;
     std::vector<std::pair<std::string, std::string>> dumped; // name, folder
     for (const Leaving& core : leaving) {
         if (when == WriteOutWhen::IfEdited && !core.core->HasUnsavedChanges()
             && !core.core->HasHistoryOrFileChanged())
             continue;
-        if (WriteOutCore(core.name, core.core))
+        if (WriteOutCore(core.name, core.core)) {
             dumped.emplace_back(core.name, DumpFolderName(core.core));
+            outcome.written.push_back(core.name);
+            continue;
+        }
+        outcome.failed.push_back(core.name);
+        // Before the wait for the name ends: a reopen under way must find the core in memory.
+        if (keep)
+            keep(core);
     }
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -113,6 +123,13 @@ void SessionStore::WriteOut(const std::vector<Leaving>& leaving, WriteOutWhen wh
     writtenOut_.notify_all();
     if (!dumped.empty())
         SaveDumpedList();
+    return outcome;
+}
+
+void SessionStore::WaitForWriteOut(const std::string& name) const
+{
+    std::unique_lock<std::mutex> lock(mutex_);
+    writtenOut_.wait(lock, [&] { return writingOut_.count(name) == 0; });
 }
 
 std::vector<std::string> SessionStore::GetDumpedNames() const
@@ -138,12 +155,25 @@ std::string SessionStore::TakeDumpFolder(const std::string& name)
     return folder;
 }
 
+void SessionStore::AdoptDump(const std::string& name, const std::string& folderName)
+{
+    if (name.empty() || folderName.empty())
+        return;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (std::find(dumpedNames_.begin(), dumpedNames_.end(), name) == dumpedNames_.end())
+            dumpedNames_.push_back(name);
+        dumpFolders_[name] = folderName;
+    }
+    SaveDumpedList();
+}
+
 void SessionStore::LockCurrent(const ioPath& sessionFolder)
 {
     std::unique_ptr<QFile> file;
     if (!sessionFolder.empty()) {
         const QString folder = QString::fromStdString(sessionFolder.utf8string());
-        file = std::make_unique<QFile>(QDir(folder).filePath(QString::fromLatin1(kLockFileName)));
+        file = std::make_unique<QFile>(QDir(folder).filePath(LockFileName()));
         if (!QDir().mkpath(folder)) {
             LOG(WARNING) << "Cannot create folder " << folder.toStdString();
             file.reset();
@@ -175,6 +205,11 @@ void SessionStore::ReleaseLockFile()
         file = std::move(lockFile_);
     }
     RemoveLockFile(std::move(file));
+}
+
+QString SessionStore::LockFileName()
+{
+    return QString::fromLatin1(kLockFileName);
 }
 
 QString SessionStore::GetLockFilePath() const

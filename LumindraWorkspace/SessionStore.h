@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -26,10 +27,14 @@ namespace Quelto::Lumindra {
 // Without session mode nothing is restored or saved, and evicted cores are never written out;
 // a push still writes the pushed core out so that it comes back with its edits.
 //
+// A write-out that fails loses nothing by itself: the caller gets the core back to keep in
+// memory, before anyone waiting for the name is let go.
+//
 // Thread-safe. Write-outs, the saved list and the lock file are written with no mutex held, so
-// a write-out on the preload worker never stalls the UI thread's lookups. The one wait: taking
-// the dump folder of a name whose write-out is under way waits for that write-out, because the
-// rebuilt core needs it (this happens only when that very file is reopened meanwhile).
+// a write-out on the preload worker never stalls the UI thread's lookups. The one wait: a
+// lookup of a name whose write-out is under way waits for that write-out, because it decides
+// whether the core comes back from its folder or from memory (this happens only when that very
+// file is reopened meanwhile).
 class LUMINDRA_WORKSPACE_EXPORT SessionStore : public PhotoUtil::ISerializable {
 public:
     // A core leaving the cache, to be written out.
@@ -38,6 +43,8 @@ public:
         PhotoCore::PhotoCorePtr core;
     };
     enum class WriteOutWhen { Always, IfEdited };
+    // Called with each core whose write-out failed.
+    using KeepUnwritten = std::function<void(const Leaving&)>;
 
     // In session mode the dumped names of the saved session are restored (items whose folder is
     // gone are skipped; an unreadable list starts empty).
@@ -54,19 +61,33 @@ public:
     // its entries mutex, in the same step that removes the entry.
     void BeginWriteOut(const std::string& name);
     // Has each core write itself out (with IfEdited only a core that holds unsaved edits or a
-    // history) and records the ones that succeeded as dumped, then saves the list once. Ends
-    // what BeginWriteOut began for every name, whatever the outcome. Call with no lock held.
-    void WriteOut(const std::vector<Leaving>& leaving, WriteOutWhen when);
+    // history) and records the ones that succeeded as dumped, then saves the list once. Each
+    // core whose write-out failed goes to `keep` before what BeginWriteOut began for its name
+    // ends; every name's wait ends, whatever the outcome. Returns the names that were written,
+    // then those that failed. Call with no lock held.
+    struct Outcome {
+        std::vector<std::string> written;
+        std::vector<std::string> failed;
+    };
+    Outcome WriteOut(const std::vector<Leaving>& leaving, WriteOutWhen when, const KeepUnwritten& keep = {});
+    // Returns once no write-out of `name` is under way.
+    void WaitForWriteOut(const std::string& name) const;
 
     std::vector<std::string> GetDumpedNames() const;
     // Removes the name from the dumped names and returns its folder (empty when not dumped).
     std::string TakeDumpFolder(const std::string& name);
+    // Records a core's state written to `folderName` (under the temporary directory) by another
+    // way than WriteOut - the autosave of a run that ended without cleaning up - so that the
+    // next build of `name` restores it. Saves the list.
+    void AdoptDump(const std::string& name, const std::string& folderName);
 
     // Marks the open core's session folder as in use with a lock file (the previous lock file is
     // removed). A folder that cannot hold it is logged and otherwise ignored.
     void LockCurrent(const ioPath& sessionFolder);
     void ReleaseLockFile();
     QString GetLockFilePath() const;
+    // The name of the lock file inside a session folder.
+    static QString LockFileName();
 
     // The saved-session form of the dumped names: "items", each with "sid" (folder under the
     // temporary directory) and "name" (the file).
@@ -85,7 +106,7 @@ private:
     // Guards dumpedNames_, dumpFolders_, writingOut_ and lockFile_; never held during I/O. Taken
     // after the cache's entries mutex when both are held.
     mutable std::mutex mutex_;
-    std::condition_variable writtenOut_; // signalled with mutex_ when writingOut_ shrinks
+    mutable std::condition_variable writtenOut_; // signalled with mutex_ when writingOut_ shrinks
     // Held from taking the snapshot of the list to handing it to the settings store (which
     // writes it on its own thread), so that an older snapshot never overwrites a newer one.
     mutable std::mutex saveMutex_;

@@ -3,6 +3,8 @@
 #include <exception>
 #include <utility>
 
+#include <QFileInfo>
+
 #include <glog/logging.h>
 
 #include "LumindraWorkspace/CoreBuildTable.h"
@@ -41,6 +43,10 @@ WorkspaceControllerProvider::WorkspaceControllerProvider(bool sessionMode, Photo
       cache_(std::make_unique<Cache>(sessionMode)), builds_(std::make_unique<CoreBuildTable>()),
       factory_(DefaultCoreFactory())
 {
+    cache_->SetWriteOutListener([this](const std::string& name, bool written) {
+        QMetaObject::invokeMethod(
+            this, [this, name, written] { OnWriteOutDone(name, written); }, Qt::QueuedConnection);
+    });
     coreCacheEnabled_ = Util::SettingsManager::Instance()
                             .Value(Util::Settings::Name(Util::Settings::CORE_CACHE_ENABLED), true)
                             .toBool();
@@ -104,11 +110,10 @@ WorkspaceControllerProvider::CoreFactory WorkspaceControllerProvider::GetCoreFac
 PhotoCorePtr WorkspaceControllerProvider::GetCore(const ioPath& path, const std::string& key, const QPixmap& image,
                                                   PhotoCore::ImageSource source)
 {
-    // The file being opened is current from now on, so that a clean-up running meanwhile on the
-    // worker neither evicts nor counts it.
+    // Until it is open, the file is only pinned: the open picture stays current, so that the
+    // retry's clean-up below (and one on the worker meanwhile) keeps that picture's core.
     const std::string name = CacheName(path);
-    const std::string previous = cache_->GetCurrentName();
-    cache_->SetCurrentName(name);
+    cache_->SetOpeningName(name);
 
     PhotoCorePtr core;
     try {
@@ -117,14 +122,17 @@ PhotoCorePtr WorkspaceControllerProvider::GetCore(const ioPath& path, const std:
         } catch (const std::exception& e) {
             LOG(WARNING) << "Cannot open " << path.utf8string() << ": " << e.what();
             VLOG(30) << "Trying to cleanup the cache and load again";
+            cache_->SetOpeningName(std::string()); // a rejected core of the file goes too
             cache_->CleanupCache(0, {});
+            cache_->SetOpeningName(name);
             core = GetCoreImpl(path, key, image, source);
         }
     } catch (...) {
-        // The open controller keeps its image, so its core stays protected.
-        cache_->SetCurrentName(previous);
+        cache_->SetOpeningName(std::string());
         throw;
     }
+    cache_->SetCurrentName(name);
+    cache_->SetOpeningName(std::string());
 
     cache_->GetSessionStore().LockCurrent(core->GetIOEngine().GetSessionFolder());
     cache_->OnHandedOut(name);
@@ -136,6 +144,21 @@ PhotoCorePtr WorkspaceControllerProvider::GetCore(const ioPath& path, const std:
         box.Exec();
     }
     return core;
+}
+
+void WorkspaceControllerProvider::OnWriteOutDone(const std::string& name, bool written)
+{
+    if (written) {
+        writeOutFailureShown_ = false;
+        return;
+    }
+    if (writeOutFailureShown_)
+        return;
+    writeOutFailureShown_ = true;
+    const QString file = QFileInfo(QString::fromStdString(name)).fileName();
+    Q_EMIT sessionWriteFailed(tr("The edits of “%1” could not be written to the temporary folder. They are kept in "
+                                 "memory, but would be lost if the editor stopped unexpectedly.")
+                                  .arg(file));
 }
 
 PhotoCorePtr WorkspaceControllerProvider::GetCoreImpl(const ioPath& path, const std::string& key,
@@ -150,6 +173,9 @@ PhotoCorePtr WorkspaceControllerProvider::GetCoreImpl(const ioPath& path, const 
 {
     const std::string name = CacheName(path);
     return builds_->Run(name, [&] {
+        // A write-out of this name under way decides where its edits are: in its folder, or -
+        // when it fails - in the core it puts back into the cache.
+        cache_->GetSessionStore().WaitForWriteOut(name);
         std::string message = " would be created";
         // A dropped or pasted picture is new by nature: its invented name must never pick up the
         // core of a file that happens to carry that name.

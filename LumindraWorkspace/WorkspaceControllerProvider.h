@@ -39,7 +39,9 @@ class PreloadWorker;
 // builds cores concurrently. One build at a time per file (CoreBuildTable): a foreground
 // request for a file the worker is building waits only until that core exists (its header and
 // preview read), then takes it from the cache, while the core decodes its full frame on its own
-// thread. No mutex is held while a core is built, decoded, written out or destroyed. Lock
+// thread. No mutex is held while a core is built, decoded, written out or destroyed. A write-out
+// that fails keeps the core in memory and is told to the person once (sessionWriteFailed), until
+// a write-out succeeds again. Lock
 // order: the cache's entries mutex, then its names mutex, then its sizes mutex, then the
 // session store's mutex; the worker's request mutex is never held with any of them.
 class LUMINDRA_WORKSPACE_EXPORT WorkspaceControllerProvider : public QObject {
@@ -108,6 +110,9 @@ public Q_SLOTS:
 
 Q_SIGNALS:
     void openFile(const QString& path);
+    // A core's edits could not be written to its session folder (UI thread, once until a
+    // write-out succeeds again); `message` is for the person.
+    void sessionWriteFailed(const QString& message);
 
 private:
     PhotoCore::PhotoCorePtr GetCoreImpl(const ioPath& path, const std::string& key, const QPixmap& image,
@@ -122,6 +127,8 @@ private:
                                            PhotoCore::ICoreEventHandler* loadWatcher = nullptr);
     bool CheckCachedCore(boost::intrusive_ptr<const PhotoCore::IPhotoCore> core, const std::string& name) const;
     CoreFactory GetCoreFactory() const;
+    // UI thread: tells the person of the first failed write-out after a successful one.
+    void OnWriteOutDone(const std::string& name, bool written);
 
     const bool sessionMode_;
     PhotoCore::IStatisticsEventHandler* const statistics_;
@@ -133,6 +140,7 @@ private:
     const QPixmap nullPixmap_;
     CoreFactory factory_;
     mutable std::mutex factoryMutex_; // guards factory_
+    bool writeOutFailureShown_ = false; // UI thread
     std::unique_ptr<PreloadWorker> worker_; // last: it stops and joins first, while the rest lives
 };
 

@@ -8,6 +8,8 @@
 #include <mutex>
 #include <thread>
 
+#include <QSignalSpy>
+
 #include "ProviderFixture.h"
 #include "core/PhotoCoreException.h"
 #include "core/RefCounted.h"
@@ -310,25 +312,41 @@ TEST_F(ProviderTest, CachedCoreIsReusedUnlessTheCheckRejectsItThenRebuiltNotFres
     }
 }
 
-TEST_F(ProviderTest, FailedLoadIsRetriedOnceAfterEmptyingTheCache)
+// The retry's clean-up must keep the core of the picture that is open, not the one of the file
+// that failed: in session mode that core would otherwise leave the cache while its picture is
+// still being edited, and a later push or reopen would lose its edits.
+TEST_F(ProviderTest, FailedLoadIsRetriedOnceAfterEmptyingTheCacheDownToTheOpenPicture)
 {
-    auto& provider = Provider();
-    const std::string a = Photo("a.jpg"), b = Photo("b.jpg"), broken = NotAnImage("broken.jpg");
-    Open(provider, a);
-    failName = Name(b);
-    failCount = 1;
-    TS::LogCapture log(30);
+    for (const bool sessionMode : {false, true}) {
+        SCOPED_TRACE(sessionMode ? "session mode" : "plain");
+        auto& provider = Provider(sessionMode);
+        const std::string a = Photo("a.jpg"), b = Photo("b.jpg"), c = Photo("c.jpg"), broken = NotAnImage("broken.jpg");
+        Open(provider, c); // a neighbour the clean-up drops
+        PhotoCorePtr open = Open(provider, a);
+        Edit(*open);
+        failName = Name(b);
+        failCount = 1;
+        TS::LogCapture log(30);
 
-    EXPECT_TRUE(Open(provider, b));
-    EXPECT_EQ(Count(b), 2);
-    EXPECT_EQ(log.Count("Trying to cleanup the cache and load again"), 1);
-    EXPECT_EQ(provider.GetCache().GetNames(), Names {Name(b)}) << "the clean-up keeps only the file being opened";
+        EXPECT_TRUE(Open(provider, b));
+        EXPECT_EQ(Count(b), 2);
+        EXPECT_EQ(log.Count("Trying to cleanup the cache and load again"), 1);
+        EXPECT_EQ(provider.GetCache().GetNames(), (Names {Name(a), Name(b)}))
+            << "the clean-up keeps only the open picture's core; the retried file joins it";
+        EXPECT_EQ(provider.GetCache().GetCurrentName(), Name(b));
 
-    // A second failure reaches the caller; the open file stays current.
-    EXPECT_THROW(Open(provider, broken), Core::Exception);
-    EXPECT_EQ(Count(broken), 2) << "one retry, no more";
-    EXPECT_EQ(provider.GetCache().GetCurrentName(), Name(b));
-    EXPECT_FALSE(provider.GetCache().Find(Name(broken)));
+        // A second failure reaches the caller; the open picture stays current and cached.
+        EXPECT_THROW(Open(provider, broken), Core::Exception);
+        EXPECT_EQ(Count(broken), 2) << "one retry, no more";
+        EXPECT_EQ(provider.GetCache().GetCurrentName(), Name(b));
+        EXPECT_FALSE(provider.GetCache().Find(Name(broken)));
+        EXPECT_TRUE(provider.GetCache().Find(Name(b)));
+        EXPECT_TRUE(provider.GetCache().GetSessionStore().GetDumpedNames().empty()) << "nothing was written out";
+        provider_.reset();
+        open.reset();
+        builds_.clear();
+        Util::SettingsManager::Instance().Remove(kIdList);
+    }
 }
 
 TEST_F(ProviderTest, UiAndWorkerRequestsForOneFileBuildOneCore)
@@ -447,23 +465,31 @@ TEST_F(ProviderTest, CleanupKeepsWantedEntriesAndEvictsFromTheLastWantedNameUnti
 
 TEST_F(ProviderTest, EvictedCoreIsForgottenOrWrittenOutForALaterSession)
 {
-    struct Case { const char* what; bool sessionMode, unsaved, history, writeOutSucceeds; int writeOuts; bool dumped; };
+    struct Case { const char* what; bool sessionMode, unsaved, history, writeOutSucceeds; int writeOuts; bool dumped, kept; };
     const std::string name = "/photos/a.jpg";
-    for (const Case& c : {Case {"without session mode an edited core is dropped", false, true, true, true, 0, false},
-                          Case {"an unsaved edit is written out", true, true, false, true, 1, true},
-                          Case {"a history is written out", true, false, true, true, 1, true},
-                          Case {"a core without edits is not written", true, false, false, true, 0, false},
-                          Case {"a failed write out is not restorable", true, true, true, false, 1, false}}) {
+    for (const Case& c :
+         {Case {"without session mode an edited core is dropped", false, true, true, true, 0, false, false},
+          Case {"an unsaved edit is written out", true, true, false, true, 1, true, false},
+          Case {"a history is written out", true, false, true, true, 1, true, false},
+          Case {"a core without edits is not written", true, false, false, true, 0, false, false},
+          Case {"a failed write-out keeps the core and its edits in memory", true, true, true, false, 1, false, true}}) {
         SCOPED_TRACE(c.what);
         Cache cache(c.sessionMode);
+        std::vector<std::pair<std::string, bool>> told;
+        cache.SetWriteOutListener([&](const std::string& n, bool written) { told.emplace_back(n, written); });
         TestCorePtr core = Put(cache, name, kBound + 1);
         core->unsavedChanges = c.unsaved;
         core->historyOrFileChanged = c.history;
         core->writeOutSucceeds = c.writeOutSucceeds;
 
         cache.CleanupCache(0, {name});
-        EXPECT_EQ(cache.GetSize(), 0u);
+        EXPECT_EQ(cache.GetSize(), c.kept ? 1u : 0u);
+        EXPECT_EQ(cache.Find(name) == core, c.kept);
         EXPECT_EQ(core->writeOuts.load(), c.writeOuts);
+        EXPECT_EQ(told.size(), static_cast<std::size_t>(c.writeOuts));
+        if (!told.empty()) {
+            EXPECT_EQ(told[0], std::make_pair(name, c.writeOutSucceeds));
+        }
         EXPECT_EQ(cache.GetSessionStore().GetDumpedNames().size(), c.dumped ? 1u : 0u);
         // Session mode remembers the size, so the worker can count the core before rebuilding it.
         EXPECT_EQ(cache.GetRememberedSize(name), c.sessionMode ? kBound + 1 : 0u);
@@ -472,6 +498,111 @@ TEST_F(ProviderTest, EvictedCoreIsForgottenOrWrittenOutForALaterSession)
         EXPECT_EQ(later.GetSessionStore().TakeDumpFolder(name), "");
         Util::SettingsManager::Instance().Remove(kIdList);
     }
+}
+
+// A write-out that fails - of an evicted neighbour or of the pushed picture - loses no edit and
+// is told to the person once, until a write-out succeeds again.
+TEST_F(ProviderTest, FailedWriteOutsKeepTheCoreInMemoryAndAreToldOncePerRunOfFailures)
+{
+    TS::Host host;
+    auto& provider = Provider(true);
+    QSignalSpy told(&provider, &WorkspaceControllerProvider::sessionWriteFailed);
+    const std::string a = Photo("a.jpg");
+    const auto edited = [&](const std::string& name, bool writable) {
+        TestCorePtr core = Put(provider.GetCache(), Name(name), kBound + 1);
+        core->unsavedChanges = true;
+        core->writeOutSucceeds = writable;
+        return core;
+    };
+    // Each clean-up evicts the neighbour (alone it exceeds the bound) and writes it out.
+    const auto evict = [&](const TestCorePtr& core, const std::string& name) {
+        provider.GetCache().CleanupCache(0, {Name(name)});
+        return provider.GetCache().Find(Name(name)) == core;
+    };
+    struct Step { const char* what; bool writable; bool kept; int toldSoFar; };
+    int n = 0;
+    for (const Step& step : {Step {"the first failure is told", false, true, 1},
+                             Step {"a second one is not", false, true, 1},
+                             Step {"a success ends the run of failures", true, false, 1}}) {
+        SCOPED_TRACE(step.what);
+        const std::string neighbour = "/photos/n" + std::to_string(++n) + ".jpg";
+        const TestCorePtr core = edited(neighbour, step.writable);
+        EXPECT_EQ(evict(core, neighbour), step.kept);
+        QCoreApplication::processEvents(); // the notice crosses to the UI thread
+        EXPECT_EQ(told.count(), step.toldSoFar);
+        provider.GetCache().Erase(Name(neighbour));
+    }
+    ASSERT_TRUE(told.first().at(0).toString().contains(QStringLiteral("n1.jpg")));
+
+    // The pushed picture's write-out fails (a new run of failures, told again): the pop reopens
+    // the very core, edits and all.
+    PhotoCorePtr open = Open(provider, a);
+    Edit(*open);
+    const std::string folder = open->GetIOEngine().GetSessionFolder().utf8string();
+    ASSERT_TRUE(QDir(QString::fromStdString(folder)).removeRecursively());
+    QFile blocker(QString::fromStdString(folder)); // a file where the folder must go
+    ASSERT_TRUE(blocker.open(QIODevice::WriteOnly));
+    blocker.close();
+    Q_EMIT host.push();
+    EXPECT_EQ(provider.GetCache().Find(Name(a)), open);
+    Q_EMIT host.pop();
+    PhotoCorePtr reopened = Open(provider, a);
+    EXPECT_EQ(reopened, open);
+    EXPECT_EQ(reopened->GetUndoCount(), 1);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(told.count(), 2);
+}
+
+// The saved list is handed to the settings store after the store's lock is released. A write-out
+// on the worker that took its snapshot {x, y} must not land after the UI thread's newer {x}
+// (y's dump taken back by a reopen): a later run would restore y from a stale dump.
+TEST_F(ProviderTest, SavedListIsNeverOverwrittenByAnOlderSnapshot)
+{
+    // Holds the worker's first snapshot of the list between taking it and handing it on.
+    class PausingStore : public SessionStore {
+    public:
+        using SessionStore::SessionStore;
+        void Serialize(boost::property_tree::ptree& out) const override
+        {
+            SessionStore::Serialize(out);
+            if (armed && std::this_thread::get_id() == pausedThread && !paused.exchange(true)) {
+                pausing.Open();
+                resume.Wait();
+            }
+        }
+        std::atomic<bool> armed {false};
+        std::thread::id pausedThread; // set by that thread before it arms the store
+        mutable std::atomic<bool> paused {false};
+        mutable Gate pausing, resume;
+    };
+    const auto edited = [](const std::string& name) {
+        TestCorePtr core(new TestCore(kMB, "sid-" + name));
+        core->sessionFolder = ioPath(Util::GetTempDirPath() + "sid-" + name);
+        QDir().mkpath(QString::fromStdString(core->sessionFolder.utf8string()));
+        core->unsavedChanges = true;
+        return core;
+    };
+    PausingStore store(true);
+    store.WriteOut({{"x", edited("x")}}, SessionStore::WriteOutWhen::IfEdited);
+
+    std::future<void> writing, taking; // before the gates: they open before these are waited for
+    writing = std::async(std::launch::async, [&] {
+        store.pausedThread = std::this_thread::get_id();
+        store.armed = true;
+        store.BeginWriteOut("y");
+        store.WriteOut({{"y", edited("y")}}, SessionStore::WriteOutWhen::IfEdited);
+    });
+    ASSERT_TRUE(store.pausing.Opened());
+    taking = std::async(std::launch::async, [&] { EXPECT_FALSE(store.TakeDumpFolder("y").empty()); });
+    // The UI thread's save may only end once the worker's older list is in the store; a broken
+    // store lets it overtake (and end), and this gives it the time to.
+    taking.wait_for(std::chrono::milliseconds(300));
+    store.resume.Open();
+    ASSERT_TRUE(Done(writing));
+    ASSERT_TRUE(Done(taking));
+
+    SessionStore later(true);
+    EXPECT_EQ(later.GetDumpedNames(), Names {"x"});
 }
 
 TEST_F(ProviderTest, ForegroundOpenDuringAPreloadSharesTheWorkersBuildAndItsFailure)
