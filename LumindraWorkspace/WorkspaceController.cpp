@@ -160,7 +160,7 @@ WorkspaceController::WorkspaceController(PhotoCore::IStatisticsEventHandler* sta
 
         connect(sessionTimer_.get(), &QTimer::timeout, this,
                 [this, checkTempFolder = true]() mutable { OnSessionTimer(checkTempFolder); });
-        sessionTimer_->start(kSessionIntervalMs);
+        sessionTimer_->start(GetSessionInterval());
 
         connect(propertyHelper_.get(), &WorkspaceScenePropertyHelper::sceneColorSet, this,
                 &WorkspaceController::OnSceneColorSet);
@@ -466,21 +466,39 @@ Proc::DataVideoPtr WorkspaceController::LoadSelection(const std::string& key, bo
 void WorkspaceController::SaveSession()
 {
     DoPreview();
-    core_->GetIOEngine().SaveSession();
+    const std::uint64_t revision = revision_.load();
+    try {
+        sessionJob_ = core_->GetIOEngine().SaveSession();
+        sessionJobRevision_ = revision;
+    } catch (const std::exception& e) {
+        sessionJob_ = 0;
+        OnSessionSaved(false, e.what());
+    }
+}
+
+int WorkspaceController::GetSessionInterval()
+{
+    bool ok = false;
+    const int configured = Util::SettingsManager::Instance()
+                               .Value(Settings::Name(Settings::SESSION, Settings::AUTOSAVE_INTERVAL))
+                               .toInt(&ok);
+    return ok && configured > 0 ? configured : kSessionIntervalMs;
 }
 
 void WorkspaceController::OnSessionTimer(bool& checkTempFolder)
 {
-    if (IsShowLastSession()) {
-        VLOG(30) << "Saving session started by timer";
-        DoPreview();
-        try {
-            core_->GetIOEngine().SaveSession();
-        } catch (const std::exception& e) {
-            // A timer tick has no caller to report to; the next tick tries again.
-            LOG(ERROR) << "Cannot save session: " << e.what();
+    if (!IsShowLastSession()) {
+        VLOG(30) << "Saving session skipped by timer: turned off";
+    } else {
+        if (sessionJob_ != 0) {
+            VLOG(30) << "Saving session skipped by timer: the last one is under way";
+        } else if (revision_.load() == savedRevision_) {
+            VLOG(30) << "Saving session skipped by timer: nothing changed";
+        } else {
+            VLOG(30) << "Saving session started by timer";
+            SaveSession();
+            VLOG(30) << "Saving session started by timer done";
         }
-        VLOG(30) << "Saving session started by timer done";
     }
     if (!checkTempFolder)
         return;
@@ -492,6 +510,53 @@ void WorkspaceController::OnSessionTimer(bool& checkTempFolder)
             &PhotoCore::ICoreEventHandler::HandleThrow,
             PhotoCore::ICoreEventHandler::ThrowEvent(std::make_shared<PhotoCore::PhotoCoreException>(e)));
     }
+}
+
+void WorkspaceController::HandleStateChanged(const CoreEventStateChanged& event)
+{
+    ++revision_;
+    PhotoCore::CoreEventForwarder::HandleStateChanged(event);
+}
+
+void WorkspaceController::HandleJobDone(const CoreEventJobDone& event)
+{
+    // Which job is ours is known on the UI thread only: SaveSession stores the id after the job
+    // may already have ended. The call is dropped if the controller dies first.
+    if (event.kind == CoreEventJobDone::JOB_SNAPSHOT)
+        QMetaObject::invokeMethod(this, [this, event] { OnSessionJobDone(event); }, Qt::QueuedConnection);
+    PhotoCore::CoreEventForwarder::HandleJobDone(event);
+}
+
+void WorkspaceController::OnSessionJobDone(const CoreEventJobDone& done)
+{
+    if (done.id != sessionJob_)
+        return;
+    sessionJob_ = 0;
+    OnSessionSaved(done.success, done.reason);
+}
+
+void WorkspaceController::OnSessionSaved(bool success, const std::string& reason)
+{
+    if (success) {
+        savedRevision_ = sessionJobRevision_;
+        sessionFailureShown_ = false;
+        return;
+    }
+    LOG(ERROR) << "Cannot save session: " << reason;
+    if (sessionFailureShown_)
+        return;
+    sessionFailureShown_ = true;
+    PublishError(tr("Autosave failed: %1. Recent edits would be lost if the editor stopped unexpectedly.")
+                     .arg(FromUtf8(reason.empty() ? std::string("unknown reason") : reason))
+                     .toStdString());
+}
+
+void WorkspaceController::PublishError(const std::string& text)
+{
+    PhotoCore::CoreEventForwarder::PublishEvent(
+        &PhotoCore::ICoreEventHandler::HandleThrow,
+        PhotoCore::ICoreEventHandler::ThrowEvent(std::make_shared<PhotoCore::PhotoCoreException>(text),
+                                                 GetOriginalFileName().toStdString()));
 }
 
 QSizeF WorkspaceController::GetPreviewSize()

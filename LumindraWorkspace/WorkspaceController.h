@@ -1,5 +1,7 @@
 #pragma once
 
+#include <atomic>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -35,6 +37,12 @@ class WorkspaceScenePropertyHelper;
 // handler. Handlers that touch the UI hop to the UI thread themselves and must unregister before
 // they die. Statistics published by the controller reach the provider's statistics handler.
 //
+// Session autosave: every session interval, when the picture changed since the last session
+// write-out that succeeded (and none is under way), the controller writes the session preview
+// (rendered at the preview's size) and starts the core's session write-out as a job. A failed
+// write-out is published once to the core-event handlers as an error (HandleThrow), and again
+// only after one has succeeded in between; the temporary-folder check is reported once.
+//
 // Threads: creation, destruction and every IWorkspaceController operation run on the UI thread;
 // the handler lists may be changed from any thread (each list has a recursive list mutex and a
 // recursive delivery mutex).
@@ -47,7 +55,8 @@ class LUMINDRA_WORKSPACE_EXPORT WorkspaceController
     Q_OBJECT
 public:
     // Autosave period of the session: often enough that a crash loses little, rarely enough
-    // that writing the session never gets in the user's way.
+    // that writing the session never gets in the user's way. The setting Session/AutosaveInterval
+    // (milliseconds) replaces it when positive.
     static constexpr int kSessionIntervalMs = 60000;
     // Background of a snapshot where the scene paints nothing: the default workspace colour.
     static constexpr const char* kSnapshotBackground = "#1a1a1a";
@@ -106,6 +115,13 @@ public:
     static QRectF PreviewPlacement(const QSizeF& size, const QSizeF& target);
     // Scales `snapshot` to cover `target` (keeping its aspect) and crops the centre.
     static QImage MakePreview(const QImage& snapshot, const QSizeF& target);
+    // The autosave period in effect, read from the settings store.
+    static int GetSessionInterval();
+
+    // Core events, on the core's thread: counted (state changes) or watched (the session
+    // write-outs this controller started), then relayed to the registered handlers.
+    void HandleStateChanged(const CoreEventStateChanged& event) override;
+    void HandleJobDone(const CoreEventJobDone& event) override;
 
 public Q_SLOTS:
     // Passes the application's current language to the core.
@@ -126,6 +142,10 @@ private:
     static std::shared_ptr<IWorkspaceController> Wrap(WorkspaceControllerProvider& provider,
                                                       const PhotoCore::PhotoCorePtr& core, const QString& inventedName);
     void OnSessionTimer(bool& checkTempFolder);
+    // UI thread: the end of a session write-out, relayed from the core's thread.
+    void OnSessionJobDone(const CoreEventJobDone& done);
+    void OnSessionSaved(bool success, const std::string& reason);
+    void PublishError(const std::string& text);
     // Writes the session preview; logs and swallows every failure.
     void DoPreview();
     // The scene rendered straight at the preview's size, as MakePreview(GetSnapshot()) would
@@ -144,6 +164,14 @@ private:
     WorkspaceMetadata metadata_;
     std::unique_ptr<QTimer> sessionTimer_;
     QString inventedName_; // the name of a picture that has no file yet
+
+    // Autosave bookkeeping. The revision counts the core's state changes (on the core's thread);
+    // the rest belongs to the UI thread.
+    std::atomic<std::uint64_t> revision_ {0};
+    std::uint64_t savedRevision_ = 0;   // the revision the last successful session write-out had
+    std::uint64_t sessionJob_ = 0;      // the session write-out under way; 0 when none
+    std::uint64_t sessionJobRevision_ = 0;
+    bool sessionFailureShown_ = false;  // since the last write-out that succeeded
 };
 
 } // namespace Quelto::Lumindra

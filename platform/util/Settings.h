@@ -19,6 +19,9 @@ inline constexpr const char* SAVE = "Save";
 inline constexpr const char* FILE = "File";
 inline constexpr const char* FOLDER = "Folder";
 inline constexpr const char* SHOW_LAST_SESSION = "ShowLastSession";
+// Session/AutosaveInterval: milliseconds between autosaves of the open picture's session; absent
+// or not positive means the product's own interval.
+inline constexpr const char* AUTOSAVE_INTERVAL = "AutosaveInterval";
 inline constexpr const char* CORE_CACHE_ENABLED = "CoreCacheEnabled";
 inline constexpr const char* LOOK_AND_FEEL = "LookAndFeel";
 inline constexpr const char* LANGUAGE = "Language";

@@ -54,7 +54,8 @@ protected:
     ~ProviderFixture() override { Reset(); }
     void Reset()
     {
-        for (const QString& key : {kIdList, Util::Settings::Name(Util::Settings::SHOW_LAST_SESSION)})
+        for (const QString& key : {kIdList, Util::Settings::Name(Util::Settings::SHOW_LAST_SESSION),
+                                   Util::Settings::Name(Util::Settings::SESSION, Util::Settings::AUTOSAVE_INTERVAL)})
             Util::SettingsManager::Instance().Remove(key);
     }
 

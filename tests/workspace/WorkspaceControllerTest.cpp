@@ -1,5 +1,5 @@
 // The workspace controller over the real editing core: creation, the relay of events raised on the
-// core's threads, and saving with the transparency question.
+// core's threads, saving with the transparency question, and the session's autosave and preview.
 
 #include <algorithm>
 #include <mutex>
@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QGuiApplication>
 #include <QImage>
+#include <QSignalSpy>
 
 #include "LumindraWorkspace/WorkspaceController.h"
 #include "ProviderFixture.h"
@@ -51,8 +52,48 @@ private:
     EventLog& log_;
 };
 
+// Counts the errors published to the controller's core-event handlers.
+class ErrorCounter : public PhotoCore::ICoreEventHandler {
+public:
+    void HandleThrow(const ThrowEvent& event) override
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        texts_.push_back(event.text);
+    }
+    std::vector<std::string> Texts()
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        return texts_;
+    }
+
+private:
+    std::mutex mutex_; // guards texts_
+    std::vector<std::string> texts_;
+};
+
 class WorkspaceControllerTest : public TS::ProviderFixture {
 protected:
+    // Autosave ticks a test can wait for in milliseconds rather than minutes.
+    static void ShortenAutosave()
+    {
+        Util::SettingsManager::Instance().SetValue(
+            Util::Settings::Name(Util::Settings::SESSION, Util::Settings::AUTOSAVE_INTERVAL), 20);
+    }
+    static void ShowLastSession(bool on)
+    {
+        Util::SettingsManager::Instance().SetValue(Util::Settings::Name(Util::Settings::SHOW_LAST_SESSION), on);
+    }
+    static QString SessionFile(IWorkspaceController& controller, const QString& name)
+    {
+        return QDir(QString::fromStdString(controller.GetIOEngine().GetSessionFolder().utf8string())).filePath(name);
+    }
+    // Waits for `ticks` more timer ticks, whatever each decided.
+    static bool WaitForTicks(const TS::LogCapture& log, int ticks)
+    {
+        const int before = log.Count("by timer");
+        return TS::WaitUntil([&] { return log.Count("by timer") >= before + ticks; });
+    }
+
     StatisticsEventHandler statistics_;
     WorkspaceControllerProvider provider_ {false, &statistics_, false};
 };
@@ -155,11 +196,13 @@ TEST_F(WorkspaceControllerTest, TransparencyQuestionComesOnlyWhenTransparencyWou
 }
 
 // The session preview is rendered straight at its own size; it must show what scaling a full
-// snapshot to cover the preview and cropping its centre shows, for a panorama and a tall picture.
+// snapshot to cover the preview and cropping its centre shows, for a panorama, a tall picture and
+// one of exactly the preview's size.
 TEST_F(WorkspaceControllerTest, SessionPreviewShowsTheCoverScaledCentreOfTheWholeScene)
 {
-    Util::SettingsManager::Instance().SetValue(Util::Settings::Name(Util::Settings::SHOW_LAST_SESSION), true);
-    for (const QSize size : {QSize(2400, 400), QSize(500, 1500)}) {
+    ShowLastSession(true);
+    const QSize target = WorkspaceController::GetPreviewSize().toSize();
+    for (const QSize size : {QSize(2400, 400), QSize(500, 1500), target}) {
         QImage picture(size, QImage::Format_RGB32);
         for (int y = 0; y < size.height(); ++y)
             for (int x = 0; x < size.width(); ++x)
@@ -170,15 +213,153 @@ TEST_F(WorkspaceControllerTest, SessionPreviewShowsTheCoverScaledCentreOfTheWhol
         ASSERT_TRUE(controller->GetLumindraDrawer()->WaitForIdle(TS::kDefaultWaitMs));
 
         controller->SaveSession();
-        const QString written = QDir(QString::fromStdString(controller->GetIOEngine().GetSessionFolder().utf8string()))
-                                    .filePath(IWorkspaceController::PREVIEW_NAME);
+        const QString written = SessionFile(*controller, IWorkspaceController::PREVIEW_NAME);
         const QImage preview(written);
-        const QImage expected =
-            WorkspaceController::MakePreview(controller->GetSnapshot(), WorkspaceController::GetPreviewSize());
+        auto* workspace = dynamic_cast<WorkspaceController*>(controller.get());
+        ASSERT_TRUE(workspace);
+        QSignalSpy rendering(workspace, &WorkspaceController::renderingStarted);
+        const QImage snapshot = controller->GetSnapshot();
+        EXPECT_EQ(rendering.count(), 2);
+        EXPECT_EQ(rendering.value(0).value(0).toBool(), true);
+        EXPECT_EQ(rendering.value(1).value(0).toBool(), false);
+        EXPECT_EQ(snapshot.size(), size) << "the snapshot is the whole scene";
+        const QImage expected = WorkspaceController::MakePreview(snapshot, target);
         ASSERT_FALSE(preview.isNull()) << written.toStdString();
-        ASSERT_EQ(preview.size(), expected.size());
+        ASSERT_EQ(preview.size(), target);
+        ASSERT_EQ(expected.size(), target);
         EXPECT_GT(TS::Psnr(preview, expected), 25.0) << size.width() << "x" << size.height();
+        if (size == target) {
+            EXPECT_GT(TS::Psnr(preview, picture), 30.0) << "kept as it is, but for the JPEG of the preview";
+        }
     }
+}
+
+// Cover scaling keeps the aspect, fills the preview and crops the overflow equally on both sides.
+TEST_F(WorkspaceControllerTest, PreviewIsScaledToCoverAndCroppedInTheCentre)
+{
+    const QSize target(256, 192);
+    // Red encodes the column and green the row, as fractions of the picture.
+    const auto picture = [](QSize size) {
+        QImage image(size, QImage::Format_RGB32);
+        for (int y = 0; y < size.height(); ++y)
+            for (int x = 0; x < size.width(); ++x)
+                image.setPixel(x, y, qRgb(255 * x / (size.width() - 1), 255 * y / (size.height() - 1), 60));
+        return image;
+    };
+    // The first and last column and row shown, as fractions of the picture. The panorama scales
+    // to 1152 x 192 and keeps columns 448 to 704; the tall picture to 256 x 768, rows 288 to 480.
+    struct Case { const char* what; QSize size; double firstColumn, lastColumn, firstRow, lastRow; };
+    for (const Case& c : {Case {"a panorama loses its sides equally", {2400, 400}, 448.0 / 1152, 704.0 / 1152, 0, 1},
+                          Case {"a tall picture loses top and bottom equally", {400, 1200}, 0, 1, 288.0 / 768, 480.0 / 768},
+                          Case {"the preview's size is kept as it is", target, 0, 1, 0, 1},
+                          Case {"a small picture is scaled up", {64, 48}, 0, 1, 0, 1}}) {
+        SCOPED_TRACE(c.what);
+        const QImage source = picture(c.size);
+        const QImage preview = WorkspaceController::MakePreview(source, target);
+        ASSERT_EQ(preview.size(), target);
+        const auto fraction = [&](int x, int y, int (*channel)(QRgb)) { return channel(preview.pixel(x, y)) / 255.0; };
+        EXPECT_NEAR(fraction(0, target.height() / 2, qRed), c.firstColumn, 0.02);
+        EXPECT_NEAR(fraction(target.width() - 1, target.height() / 2, qRed), c.lastColumn, 0.02);
+        EXPECT_NEAR(fraction(target.width() / 2, 0, qGreen), c.firstRow, 0.02);
+        EXPECT_NEAR(fraction(target.width() / 2, target.height() - 1, qGreen), c.lastRow, 0.02);
+        if (c.size == target) {
+            EXPECT_EQ(preview, source) << "neither scaled nor shifted";
+        }
+    }
+}
+
+// The timer writes the session only while the setting is on and only when the picture changed
+// since the last write-out that succeeded; SaveSession, asked by the host, always writes the
+// session, and the preview with it when the setting is on.
+TEST_F(WorkspaceControllerTest, AutosaveRunsOnlyWhenTurnedOnAndThePictureChanged)
+{
+    ShortenAutosave();
+    struct Case { const char* what; bool on, edit; };
+    int n = 0;
+    for (const Case& c : {Case {"on, edited", true, true}, Case {"on, untouched", true, false},
+                          Case {"off, edited", false, true}}) {
+        SCOPED_TRACE(c.what);
+        ShowLastSession(c.on);
+        TS::LogCapture log(30);
+        auto controller = WorkspaceController::Create(provider_, ioPath(Photo(QStringLiteral("s%1.jpg").arg(++n))), {});
+        const QString state = SessionFile(*controller, QStringLiteral("core.json"));
+        const QString preview = SessionFile(*controller, IWorkspaceController::PREVIEW_NAME);
+        if (c.edit)
+            Edit(*controller->GetLumindraDrawer());
+        const bool autosaves = c.on && c.edit;
+        if (autosaves)
+            EXPECT_TRUE(TS::WaitUntil([&] { return QFileInfo::exists(state); }));
+        ASSERT_TRUE(WaitForTicks(log, 3));
+        EXPECT_EQ(log.Count("Saving session started by timer done"), autosaves ? 1 : 0) << "once per change";
+        EXPECT_EQ(QFileInfo::exists(state), autosaves);
+        EXPECT_EQ(QFileInfo::exists(preview), autosaves);
+
+        if (autosaves) { // the next change is autosaved again
+            Edit(*controller->GetLumindraDrawer());
+            EXPECT_TRUE(TS::WaitUntil([&] { return log.Count("Saving session started by timer done") == 2; }));
+        }
+        QFile::remove(state);
+        controller->SaveSession();
+        EXPECT_TRUE(TS::WaitUntil([&] { return QFileInfo::exists(state); })) << "the host's request always writes";
+        EXPECT_EQ(QFileInfo::exists(preview), c.on);
+    }
+}
+
+// A session write-out that fails is published to the handlers once; after one has succeeded, the
+// next failure is published again. The timer retries without a new change.
+TEST_F(WorkspaceControllerTest, FailedAutosaveIsPublishedOncePerRunOfFailures)
+{
+    ShortenAutosave();
+    ShowLastSession(true);
+    TS::LogCapture log(30);
+    auto controller = WorkspaceController::Create(provider_, ioPath(Photo("a.jpg")), {});
+    ErrorCounter errors;
+    controller->RegisterCoreEventHandler(&errors);
+    const QString folder = QString::fromStdString(controller->GetIOEngine().GetSessionFolder().utf8string());
+    const auto blockFolder = [&](bool blocked) { // a file where the session folder must go
+        QDir(folder).removeRecursively();
+        QFile::remove(folder);
+        QFile file(folder);
+        if (blocked)
+            ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    };
+    const auto failures = [&] { return log.Count("Cannot save session: "); };
+
+    blockFolder(true);
+    Edit(*controller->GetLumindraDrawer());
+    ASSERT_TRUE(TS::WaitUntil([&] { return failures() >= 3; })) << "retried at every tick";
+    ASSERT_EQ(errors.Texts().size(), 1u);
+    EXPECT_NE(errors.Texts()[0].find("Autosave failed"), std::string::npos) << errors.Texts()[0];
+
+    blockFolder(false);
+    ASSERT_TRUE(TS::WaitUntil([&] { return QFileInfo::exists(QDir(folder).filePath(QStringLiteral("core.json"))); }));
+    blockFolder(true);
+    Edit(*controller->GetLumindraDrawer());
+    const int before = failures();
+    ASSERT_TRUE(TS::WaitUntil([&] { return failures() >= before + 2; }));
+    EXPECT_EQ(errors.Texts().size(), 2u);
+    controller->UnregisterCoreEventHandler(&errors);
+    blockFolder(false);
+}
+
+TEST_F(WorkspaceControllerTest, UnusableTemporaryFolderIsReportedOnce)
+{
+    ShortenAutosave();
+    ShowLastSession(true);
+    TS::LogCapture log(30);
+    auto controller = WorkspaceController::Create(provider_, ioPath(Photo("a.jpg")), {});
+    ErrorCounter errors;
+    controller->RegisterCoreEventHandler(&errors);
+    QFile file(sandbox_.FilePath(QStringLiteral("not-a-folder")));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.close();
+    {
+        TS::ScopedEnv unusable("LUMINDRA_TEMP_DIR", file.fileName().toUtf8() + "/tmp");
+        ASSERT_TRUE(WaitForTicks(log, 4));
+    }
+    ASSERT_EQ(errors.Texts().size(), 1u);
+    EXPECT_NE(errors.Texts()[0].find("temporary folder"), std::string::npos) << errors.Texts()[0];
+    controller->UnregisterCoreEventHandler(&errors);
 }
 
 } // namespace
