@@ -182,6 +182,16 @@ void WorkspaceControllerHelper::RestoreSession(const ioPath& path, const std::st
         Util::LoadPathForFonts();
 }
 
+bool WorkspaceControllerHelper::RestoreUnfinishedSession(const UnfinishedSession& session)
+{
+    // The next build of the file restores its core from the session's folder (and takes the
+    // folder over, under the same session id).
+    provider_.GetCache().GetSessionStore().AdoptDump(WorkspaceControllerProvider::CacheName(session.GetSourcePath()),
+                                                     session.GetFolderName());
+    RestoreSession(session.GetSourcePath(), session.GetKey());
+    return controller_ && controller_->GetIOEngine().GetSessionId() == session.GetSessionId();
+}
+
 void WorkspaceControllerHelper::ActivateTool(const std::string& name)
 {
     const int id = PhotoCore::IToolsId::GetToolID(name);

@@ -10,6 +10,7 @@
 
 #include "LumindraWorkspace/IWorkspaceController.h"
 #include "LumindraWorkspace/IWorkspaceWindow.h"
+#include "LumindraWorkspace/UnfinishedSession.h"
 #include "LumindraWorkspace/WorkspaceControllerProvider.h"
 #include "LumindraWorkspace/WorkspaceExport.h"
 #include "core/IoPath.h"
@@ -45,6 +46,11 @@ public:
     // becomes empty, which allowEmpty must permit. False when refused or when opening failed.
     bool ResetWorkspaceController(const ioPath& path, const std::string& key, bool allowEmpty);
     void RestoreSession(const ioPath& path, const std::string& key);
+    // Reopens the picture of a session that an earlier run left unfinished, with the edits and
+    // the history its autosave wrote. True when the picture came back with them; false when it
+    // could not be opened (an open error was emitted) or only its file could (the session's
+    // state was unreadable; logged).
+    bool RestoreUnfinishedSession(const UnfinishedSession& session);
     void ActivateTool(const std::string& name);
     std::shared_ptr<StatisticsEventHandler> GetStatisticsHandler();
 
