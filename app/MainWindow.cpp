@@ -1,5 +1,6 @@
 #include "MainWindow.h"
 
+#include <memory>
 #include <utility>
 
 #include <QAction>
@@ -27,6 +28,7 @@
 #include "AdjustPanel.h"
 #include "CoreEventRelay.h"
 #include "CropTool.h"
+#include "RestoreOffer.h"
 #include "LumindraWorkspace/IObjectsConnectorID.h"
 #include "LumindraWorkspace/OpenExceptionLumindra.h"
 #include "LumindraWorkspace/WorkspaceControllerHelper.h"
@@ -75,6 +77,7 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
     WorkspaceControllerHelper::Initializer init;
     init.statistics = std::make_shared<StatisticsEventHandler>();
     init.parent = this;
+    init.sessionMode = true;
     // The provider's worker preloads the neighbours that the folder stepping asks for.
     init.providerFlag = true;
     helper_ = new WorkspaceControllerHelper(init);
@@ -91,11 +94,9 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
     relay_ = new CoreEventRelay(this);
     connect(relay_, &CoreEventRelay::loaded, this, &MainWindow::OnLoaded);
     connect(relay_, &CoreEventRelay::stateChanged, this, [this] { UpdateActions(); UpdateStatus(); });
-    connect(relay_, &CoreEventRelay::errorRaised, this, [this](const QString& text) {
-        statusBar()->showMessage(text, 10000);
-        if (!unattended_)
-            QMessageBox::warning(this, windowTitle(), text);
-    });
+    // The core raises these while the person works: told without stopping the work.
+    connect(relay_, &CoreEventRelay::errorRaised, this, &MainWindow::ShowNotice);
+    connect(&helper_->GetProvider(), &WorkspaceControllerProvider::sessionWriteFailed, this, &MainWindow::ShowNotice);
 
     adjust_ = new AdjustPanel([this](const Proc::SettingsAdjust& s) { PreviewEdit(s); },
                               [this](const Proc::SettingsAdjust& s) { ApplyEdit(s); }, this);
@@ -229,6 +230,41 @@ void MainWindow::OpenFile(const QString& path)
     helper_->AddFileToOpen(QFileInfo(path).absoluteFilePath());
 }
 
+void MainWindow::OfferToRestore(const UnfinishedSession& session, const QString& otherwiseOpen)
+{
+    if (restoreOffer_)
+        return;
+    restoreOffer_ = new RestoreOffer(session, this);
+    restoreOffer_->setAttribute(Qt::WA_DeleteOnClose);
+    const auto restored = std::make_shared<bool>(false);
+    connect(restoreOffer_, &RestoreOffer::restoreRequested, this, [this, session, restored] {
+        *restored = helper_->RestoreUnfinishedSession(session);
+        if (!*restored && GetController())
+            ShowNotice(tr("The edits of “%1” could not be restored; the picture is shown as its file holds it.")
+                           .arg(session.GetDisplayName()));
+    });
+    connect(restoreOffer_, &RestoreOffer::discardRequested, this, [session] { session.Discard(); });
+    // Answered (restore, discard) or closed: the offer is over either way.
+    connect(restoreOffer_, &QDialog::finished, this, [this, otherwiseOpen, restored] {
+        restoreOffer_ = nullptr;
+        if (!*restored && !GetController() && !otherwiseOpen.isEmpty())
+            OpenFile(otherwiseOpen);
+    });
+    restoreOffer_->open();
+}
+
+void MainWindow::ShowNotice(const QString& text)
+{
+    lastNotice_ = text;
+    statusBar()->showMessage(text, 15000);
+    if (unattended_)
+        return;
+    auto* box = new QMessageBox(QMessageBox::Warning, windowTitle(), text, QMessageBox::Ok, this);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    box->setWindowModality(Qt::NonModal);
+    box->show();
+}
+
 void MainWindow::Step(int direction)
 {
     const QString next = folder_.GetNeighbour(direction);
@@ -248,13 +284,21 @@ void MainWindow::OnPreviousFile() { Step(-1); }
 bool MainWindow::CanResetWorkspaceController()
 {
     const auto controller = controller_.lock();
-    if (!controller || unattended_ || !controller->HasChanged())
+    const PhotoCore::IPhotoCore* core = CoreOf(controller);
+    if (!core || (!core->HasUnsavedChanges() && !core->HasHistoryOrFileChanged()))
         return true;
-    const QString name = QFileInfo(controller->GetFileName()).fileName();
-    const auto answer = QMessageBox::question(
-        this, windowTitle(), tr("“%1” has edits that are not saved. Discard them?").arg(name),
-        QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Cancel);
-    return answer == QMessageBox::Discard;
+    if (controller->HasChanged() && !unattended_) {
+        const QString name = QFileInfo(controller->GetFileName()).fileName();
+        const auto answer = QMessageBox::question(
+            this, windowTitle(), tr("“%1” has edits that are not saved. Discard them?").arg(name),
+            QMessageBox::Discard | QMessageBox::Cancel, QMessageBox::Cancel);
+        if (answer != QMessageBox::Discard)
+            return false;
+    }
+    // The window edits one picture at a time: a picture left behind comes back as its file holds
+    // it. In session mode the cache would keep the edited core for the next open, so it goes.
+    helper_->GetProvider().OnResetWorkspaceControllerCache(controller->GetOriginalFileName().toUtf8().toStdString());
+    return true;
 }
 
 void MainWindow::SetWorkspaceController(const std::weak_ptr<IWorkspaceController>& controller)

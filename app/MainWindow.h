@@ -12,6 +12,7 @@
 #include "LumindraWorkspace/IDragAndDrop.h"
 #include "LumindraWorkspace/IWorkspaceController.h"
 #include "LumindraWorkspace/IWorkspaceWindow.h"
+#include "LumindraWorkspace/UnfinishedSession.h"
 #include "photocore/ICoreEventHandler.h"
 #include "proc/EffectSettings.h"
 
@@ -29,11 +30,18 @@ namespace Quelto::Lumindra::App {
 class AdjustPanel;
 class CoreEventRelay;
 class CropTool;
+class RestoreOffer;
 
 // The editor window: hosts the workspace view, owns the workspace controller helper, and offers
 // opening (argument, dialog, drop, paste), stepping through the folder with preloading, zoom, hand
 // mode, edits with undo and redo, saving, and the open error, busy and progress feedback.
 // UI thread.
+//
+// The workspace runs in session mode: the open picture's session is autosaved and a session that
+// a crash left unfinished is offered for restoring at start. A picture left behind comes back as
+// its file holds it (the window asks before unsaved edits go). Problems with the session (a
+// failed autosave or write-out, an unusable temporary folder) are shown as notices that do not
+// block the window.
 class MainWindow : public QMainWindow,
                    public IWorkspaceWindow,
                    public IWorkspaceControllerUser,
@@ -52,6 +60,14 @@ public:
 
     // Opens a file through the helper (serialised with other open requests).
     void OpenFile(const QString& path);
+    // Shows the offer to restore `session`; restoring replaces the open picture, discarding
+    // removes the session's folder. Unless the session comes back, `otherwiseOpen` (if any) is
+    // opened once the offer was answered or closed.
+    void OfferToRestore(const UnfinishedSession& session, const QString& otherwiseOpen);
+    // The offer while it is shown; null otherwise.
+    RestoreOffer* GetRestoreOffer() const { return restoreOffer_; }
+    // The last notice shown to the person, with no modal box (session problems, core errors).
+    QString GetLastNotice() const { return lastNotice_; }
 
     WorkspaceView* GetView() const { return view_; }
     WorkspaceControllerHelper* GetHelper() const { return helper_; }
@@ -109,6 +125,7 @@ private:
     void UpdateStatus();
     void OnLoaded(int stage);
     void OnSceneRectChanged();
+    void ShowNotice(const QString& text);
 
     WorkspaceControllerHelper* helper_ = nullptr;
     WorkspaceView* view_ = nullptr;
@@ -121,6 +138,8 @@ private:
     int lastDirection_ = 0;
     bool loadingFull_ = false;
     bool unattended_ = false;
+    RestoreOffer* restoreOffer_ = nullptr;
+    QString lastNotice_;
 
     QLabel* fileLabel_ = nullptr;
     QLabel* sizeLabel_ = nullptr;

@@ -1,14 +1,17 @@
 // lumindra: the photo editor.
-//   lumindra [FILE]                                  open FILE (or the bundled sample)
+//   lumindra [FILE]                                  open FILE (or the bundled sample), after offering
+//                                                    to restore a session a crash left unfinished
 //   lumindra --screenshot OUT.png [--size WxH] [FILE] write a picture of the window and quit
 
 #include <cstdio>
+#include <optional>
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QFileInfo>
 #include <QTimer>
 
+#include "LumindraWorkspace/UnfinishedSession.h"
 #include "MainWindow.h"
 #include "SampleImage.h"
 #include "ScreenshotRunner.h"
@@ -85,7 +88,11 @@ int main(int argc, char** argv)
         runner->Start();
     }
     window.show();
-    if (!file.isEmpty())
+    // A screenshot shows the file it is given; a person's start first offers what a crash left.
+    const auto unfinished = parser.isSet(screenshot) ? std::nullopt : Quelto::Lumindra::UnfinishedSession::Find();
+    if (unfinished)
+        window.OfferToRestore(*unfinished, file);
+    else if (!file.isEmpty())
         QTimer::singleShot(0, &window, [&window, file] { window.OpenFile(file); });
     else if (parser.isSet(screenshot)) {
         std::fprintf(stderr, "No picture to open\n");
