@@ -13,7 +13,7 @@ PACKAGES=(
   libboost-dev
   libgtest-dev libgmock-dev googletest
   libjpeg-turbo-progs
-  xvfb xauth imagemagick
+  xvfb xauth xdotool imagemagick
   fonts-dejavu-core
 )
 
