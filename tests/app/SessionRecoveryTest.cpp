@@ -35,18 +35,16 @@ class XServer {
 public:
     XServer()
     {
-        const QString xvfb = QStandardPaths::findExecutable(QStringLiteral("Xvfb"));
+        const QString xvfb = QStandardPaths::findExecutable("Xvfb");
         if (xvfb.isEmpty())
             return;
         // -displayfd: the server writes its display number to our pipe once it accepts clients.
-        process_.start(xvfb, {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
-                              QStringLiteral("0"), QStringLiteral("1280x900x24"), QStringLiteral("-nolisten"),
-                              QStringLiteral("tcp")});
+        process_.start(xvfb, {"-displayfd", "1", "-screen", "0", "1280x900x24", "-nolisten", "tcp"});
         QByteArray number;
         while (!number.contains('\n') && process_.waitForReadyRead(kWaitMs))
             number += process_.readAllStandardOutput();
         if (!number.trimmed().isEmpty())
-            display_ = QStringLiteral(":") + QString::fromLatin1(number.trimmed());
+            display_ = ":" + QString::fromLatin1(number.trimmed());
     }
     ~XServer()
     {
@@ -66,12 +64,12 @@ class SessionRecovery : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        xdotool_ = QStandardPaths::findExecutable(QStringLiteral("xdotool"));
+        xdotool_ = QStandardPaths::findExecutable("xdotool");
         ASSERT_FALSE(xdotool_.isEmpty()) << "xdotool is missing (scripts/install-deps.sh installs it)";
         ASSERT_FALSE(x_.Display().isEmpty()) << "Xvfb did not start (scripts/install-deps.sh installs it)";
         // The settings store of the runs under test, with the autosave every 300 ms.
-        QSettings settings(sandbox_.FilePath(QStringLiteral("config/Lumindra/Lumindra.conf")), QSettings::IniFormat);
-        settings.setValue(QStringLiteral("Session/AutosaveInterval"), 300);
+        QSettings settings(sandbox_.FilePath("config/Lumindra/Lumindra.conf"), QSettings::IniFormat);
+        settings.setValue("Session/AutosaveInterval", 300);
         settings.sync();
         ASSERT_EQ(settings.status(), QSettings::NoError);
     }
@@ -86,34 +84,30 @@ protected:
     void StartEditor(const QString& photo)
     {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.remove(QStringLiteral("QT_QPA_PLATFORM"));
-        env.insert(QStringLiteral("DISPLAY"), x_.Display());
-        env.insert(QStringLiteral("HOME"), sandbox_.Path());
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), sandbox_.FilePath(QStringLiteral("config")));
-        env.insert(QStringLiteral("LUMINDRA_TEMP_DIR"), Temp());
-        env.insert(QStringLiteral("GLOG_logtostderr"), QStringLiteral("1"));
+        env.remove("QT_QPA_PLATFORM");
+        env.insert("DISPLAY", x_.Display());
+        env.insert("HOME", sandbox_.Path());
+        env.insert("XDG_CONFIG_HOME", sandbox_.FilePath("config"));
+        env.insert("LUMINDRA_TEMP_DIR", Temp());
+        env.insert("GLOG_logtostderr", "1");
         editor_.setProcessEnvironment(env);
         editor_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         editor_.start(QStringLiteral(LUMINDRA_BINARY_DIR "/bin/lumindra"), {photo});
         ASSERT_TRUE(editor_.waitForStarted());
     }
     // Runs xdotool on the test's display; its output, or nothing when it failed.
-    std::optional<QString> Xdo(const QStringList& args, int timeoutMs = kWaitMs)
+    std::optional<QString> Xdo(const QStringList& args)
     {
         QProcess xdo;
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("DISPLAY"), x_.Display());
+        env.insert("DISPLAY", x_.Display());
         xdo.setProcessEnvironment(env);
         xdo.start(xdotool_, args);
-        if (!xdo.waitForFinished(timeoutMs)) {
+        const bool done = xdo.waitForFinished(kWaitMs);
+        if (!done)
             xdo.kill();
-            xdo.waitForFinished();
-            ADD_FAILURE() << "xdotool " << args.join(' ').toStdString() << " did not finish";
-            return std::nullopt;
-        }
-        if (xdo.exitCode() != 0) {
-            ADD_FAILURE() << "xdotool " << args.join(' ').toStdString() << ": "
-                          << xdo.readAllStandardError().toStdString();
+        if (!done || xdo.exitCode() != 0) {
+            ADD_FAILURE() << "xdotool " << args.join(' ').toStdString() << ": " << xdo.readAllStandardError().toStdString();
             return std::nullopt;
         }
         return QString::fromLocal8Bit(xdo.readAllStandardOutput()).trimmed();
@@ -121,49 +115,38 @@ protected:
     // Waits for a shown window whose title matches `pattern` (a regular expression); its id.
     QString FindWindow(const QString& pattern)
     {
-        return Xdo({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--onlyvisible"),
-                    QStringLiteral("--name"), pattern})
-            .value_or(QString())
-            .section(QLatin1Char('\n'), 0, 0);
+        return Xdo({"search", "--sync", "--onlyvisible", "--name", pattern}).value_or(QString()).section('\n', 0, 0);
     }
-    // Waits for a window whose title matches `pattern` (a regular expression), gives it the
-    // keyboard and types `keys` into it, one key (with its modifiers) after another.
-    bool KeysTo(const QString& pattern, const QStringList& keys)
+    // Waits for the window, gives it the keyboard and presses `keys` (with their modifiers) one
+    // after another, then types `text`.
+    bool KeysTo(const QString& pattern, const QStringList& keys, const QString& text = QString())
     {
         const QString window = FindWindow(pattern);
-        if (window.isEmpty())
-            return false;
-        return Xdo({QStringLiteral("windowfocus"), QStringLiteral("--sync"), window})
-            && Xdo(QStringList {QStringLiteral("key"), QStringLiteral("--delay"), QStringLiteral("50")} + keys);
-    }
-    bool TypeInto(const QString& pattern, const QString& text)
-    {
-        if (!KeysTo(pattern, {QStringLiteral("ctrl+a")}))
-            return false;
-        return Xdo({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("20"), text}).has_value();
+        return !window.isEmpty() && Xdo({"windowfocus", "--sync", window})
+            && Xdo(QStringList {"key", "--delay", "50"} + keys) && (text.isEmpty() || Xdo({"type", "--delay", "20", text}));
     }
     // Save As from the editor's window into `path`, through the menu (the platform may bind no
     // key to Save As) and the file dialog, as a person does.
     QImage SaveAs(const QString& path)
     {
-        EXPECT_TRUE(KeysTo(QStringLiteral("Lumindra$"), {QStringLiteral("alt+f"), QStringLiteral("a")}));
-        EXPECT_TRUE(TypeInto(QStringLiteral("^Save Picture As"), path));
-        EXPECT_TRUE(KeysTo(QStringLiteral("^Save Picture As"), {QStringLiteral("Return")}));
+        EXPECT_TRUE(KeysTo("Lumindra$", {"alt+f", "a"}));
+        EXPECT_TRUE(KeysTo("^Save Picture As", {"ctrl+a"}, path));
+        EXPECT_TRUE(KeysTo("^Save Picture As", {"Return"}));
         // Written through a temporary file and a rename: once it is there, it is whole.
         EXPECT_TRUE(Support::WaitUntil([&] { return QFileInfo::exists(path); }, kWaitMs)) << path.toStdString();
         return QImage(path).convertToFormat(QImage::Format_RGB32);
     }
-    QString Temp() const { return sandbox_.FilePath(QStringLiteral("tmp")); }
+    QString Temp() const { return sandbox_.FilePath("tmp"); }
     // The session folder that holds an autosave with `applied` of `steps` edits; empty if none.
     QString AutosavedSession(int applied, int steps) const
     {
         for (const QFileInfo& folder : QDir(Temp()).entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot)) {
-            QFile file(QDir(folder.absoluteFilePath()).filePath(QStringLiteral("core.json")));
+            QFile file(QDir(folder.absoluteFilePath()).filePath("core.json"));
             if (!file.open(QIODevice::ReadOnly))
                 continue;
             const QJsonObject state = QJsonDocument::fromJson(file.readAll()).object();
-            if (state.value(QStringLiteral("position")).toString().toInt() == applied
-                && state.value(QStringLiteral("history")).toArray().size() == steps)
+            if (state.value("position").toString().toInt() == applied
+                && state.value("history").toArray().size() == steps)
                 return folder.absoluteFilePath();
         }
         return QString();
@@ -178,8 +161,8 @@ protected:
 TEST_F(SessionRecovery, AKilledEditorRestoresTheEditedPictureWithItsHistory)
 {
     // A large photo from a real one; its decode is what the restore must reproduce.
-    const QString photo = sandbox_.FilePath(QStringLiteral("photo.jpg"));
-    const QImage source(Support::TestDataPath(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg")));
+    const QString photo = sandbox_.FilePath("photo.jpg");
+    const QImage source(Support::TestDataPath("exif-samples/jpg/gps/DSCN0010.jpg"));
     ASSERT_FALSE(source.isNull());
     ASSERT_TRUE(source.scaled(4000, 3000, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).save(photo, "JPEG", 92));
     const QImage original = QImage(photo).convertToFormat(QImage::Format_RGB32);
@@ -188,29 +171,28 @@ TEST_F(SessionRecovery, AKilledEditorRestoresTheEditedPictureWithItsHistory)
 
     // Rotate, flip, rotate again and undo that: the autosave holds two applied edits of three.
     StartEditor(photo);
-    ASSERT_TRUE(KeysTo(QStringLiteral("^photo\\.jpg"), {QStringLiteral("ctrl+r"), QStringLiteral("ctrl+h"),
-                                                        QStringLiteral("ctrl+r"), QStringLiteral("ctrl+z")}));
+    ASSERT_TRUE(KeysTo("^photo\\.jpg", {"ctrl+r", "ctrl+h", "ctrl+r", "ctrl+z"}));
     QString folder;
     ASSERT_TRUE(Support::WaitUntil([&] { return !(folder = AutosavedSession(2, 3)).isEmpty(); }, kWaitMs))
         << "no autosave of the edits";
     editor_.kill(); // SIGKILL: nothing of the editor runs after it
     ASSERT_TRUE(editor_.waitForFinished());
     ASSERT_EQ(editor_.exitStatus(), QProcess::CrashExit);
-    ASSERT_TRUE(QFileInfo::exists(QDir(folder).filePath(QStringLiteral("workspace.lock"))));
+    ASSERT_TRUE(QFileInfo::exists(QDir(folder).filePath("workspace.lock")));
 
     StartEditor(photo);
-    ASSERT_TRUE(KeysTo(QStringLiteral("^Restore Session"), {QStringLiteral("Return")}));
-    ASSERT_FALSE(FindWindow(QStringLiteral("^photo\\.jpg \\(edited\\)")).isEmpty());
+    ASSERT_TRUE(KeysTo("^Restore Session", {"Return"}));
+    ASSERT_FALSE(FindWindow("^photo\\.jpg \\(edited\\)").isEmpty());
 
-    const QImage restored = SaveAs(sandbox_.FilePath(QStringLiteral("restored.png")));
+    const QImage restored = SaveAs(sandbox_.FilePath("restored.png"));
     ASSERT_EQ(restored.size(), edited.size());
     const double match = Support::Psnr(restored, edited);
     EXPECT_GT(match, 40.0) << "the restored picture is the edited one";
     EXPECT_GT(match, Support::Psnr(restored, rotated) + 10.0) << "both edits, not only the first";
 
     // Its history came back too: one undo leaves the first edit alone.
-    ASSERT_TRUE(KeysTo(QStringLiteral("Lumindra$"), {QStringLiteral("ctrl+z")}));
-    const QImage undone = SaveAs(sandbox_.FilePath(QStringLiteral("undone.png")));
+    ASSERT_TRUE(KeysTo("Lumindra$", {"ctrl+z"}));
+    const QImage undone = SaveAs(sandbox_.FilePath("undone.png"));
     ASSERT_EQ(undone.size(), rotated.size());
     EXPECT_GT(Support::Psnr(undone, rotated), 40.0);
 }

@@ -31,6 +31,14 @@ struct EventLog {
         std::lock_guard<std::mutex> lock(mutex);
         return entries;
     }
+    std::vector<std::string> Errors()
+    {
+        std::vector<std::string> errors;
+        for (const Entry& entry : Entries())
+            if (entry.event.rfind("error: ", 0) == 0)
+                errors.push_back(entry.event);
+        return errors;
+    }
     std::mutex mutex; // guards entries, which the core's threads add to
     std::vector<Entry> entries;
 };
@@ -41,6 +49,7 @@ public:
     void HandleUndo(const DrawerEventUndo&) override { Add("undo"); }
     void HandleFrame(const DrawerEventFrame& e) override { Add("frame" + std::to_string(e.reason)); }
     void HandleStateChanged(const CoreEventStateChanged&) override { Add("stateChanged"); }
+    void HandleThrow(const ThrowEvent& e) override { Add("error: " + e.text); }
 
 private:
     void Add(std::string event)
@@ -50,25 +59,6 @@ private:
     }
     int id_;
     EventLog& log_;
-};
-
-// Counts the errors published to the controller's core-event handlers.
-class ErrorCounter : public PhotoCore::ICoreEventHandler {
-public:
-    void HandleThrow(const ThrowEvent& event) override
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        texts_.push_back(event.text);
-    }
-    std::vector<std::string> Texts()
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        return texts_;
-    }
-
-private:
-    std::mutex mutex_; // guards texts_
-    std::vector<std::string> texts_;
 };
 
 class WorkspaceControllerTest : public TS::ProviderFixture {
@@ -313,7 +303,8 @@ TEST_F(WorkspaceControllerTest, FailedAutosaveIsPublishedOncePerRunOfFailures)
     ShowLastSession(true);
     TS::LogCapture log(30);
     auto controller = WorkspaceController::Create(provider_, ioPath(Photo("a.jpg")), {});
-    ErrorCounter errors;
+    EventLog events;
+    RecordingHandler errors(1, events);
     controller->RegisterCoreEventHandler(&errors);
     const QString folder = QString::fromStdString(controller->GetIOEngine().GetSessionFolder().utf8string());
     const auto blockFolder = [&](bool blocked) { // a file where the session folder must go
@@ -328,8 +319,8 @@ TEST_F(WorkspaceControllerTest, FailedAutosaveIsPublishedOncePerRunOfFailures)
     blockFolder(true);
     Edit(*controller->GetLumindraDrawer());
     ASSERT_TRUE(TS::WaitUntil([&] { return failures() >= 3; })) << "retried at every tick";
-    ASSERT_EQ(errors.Texts().size(), 1u);
-    EXPECT_NE(errors.Texts()[0].find("Autosave failed"), std::string::npos) << errors.Texts()[0];
+    ASSERT_EQ(events.Errors().size(), 1u);
+    EXPECT_NE(events.Errors()[0].find("Autosave failed"), std::string::npos) << events.Errors()[0];
 
     blockFolder(false);
     ASSERT_TRUE(TS::WaitUntil([&] { return QFileInfo::exists(QDir(folder).filePath(QStringLiteral("core.json"))); }));
@@ -337,7 +328,7 @@ TEST_F(WorkspaceControllerTest, FailedAutosaveIsPublishedOncePerRunOfFailures)
     Edit(*controller->GetLumindraDrawer());
     const int before = failures();
     ASSERT_TRUE(TS::WaitUntil([&] { return failures() >= before + 2; }));
-    EXPECT_EQ(errors.Texts().size(), 2u);
+    EXPECT_EQ(events.Errors().size(), 2u);
     controller->UnregisterCoreEventHandler(&errors);
     blockFolder(false);
 }
@@ -348,7 +339,8 @@ TEST_F(WorkspaceControllerTest, UnusableTemporaryFolderIsReportedOnce)
     ShowLastSession(true);
     TS::LogCapture log(30);
     auto controller = WorkspaceController::Create(provider_, ioPath(Photo("a.jpg")), {});
-    ErrorCounter errors;
+    EventLog events;
+    RecordingHandler errors(1, events);
     controller->RegisterCoreEventHandler(&errors);
     QFile file(sandbox_.FilePath(QStringLiteral("not-a-folder")));
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
@@ -357,8 +349,8 @@ TEST_F(WorkspaceControllerTest, UnusableTemporaryFolderIsReportedOnce)
         TS::ScopedEnv unusable("LUMINDRA_TEMP_DIR", file.fileName().toUtf8() + "/tmp");
         ASSERT_TRUE(WaitForTicks(log, 4));
     }
-    ASSERT_EQ(errors.Texts().size(), 1u);
-    EXPECT_NE(errors.Texts()[0].find("temporary folder"), std::string::npos) << errors.Texts()[0];
+    ASSERT_EQ(events.Errors().size(), 1u);
+    EXPECT_NE(events.Errors()[0].find("temporary folder"), std::string::npos) << events.Errors()[0];
     controller->UnregisterCoreEventHandler(&errors);
 }
 
