@@ -72,10 +72,10 @@ void CoreEngine::SetInitialFrame(const ImageDecoder::Result& first)
         currentSettings_ = MakeSettingsLocked(first.frame->GetFrameInfo());
         return;
     }
-    // A large 16-bit picture is converted for display by the load job, not here.
+    // A large picture is converted for display (and reduced, above the pixel limit) by the
+    // load job on the render thread, not on the thread that creates the core.
     const Conf::FrameInfo& info = first.frame->GetFrameInfo();
-    if (first.frame->GetPixFmt() == Proc::PIX_FMT_BGRA32
-        || std::uint64_t(info.width) * std::uint64_t(info.height) <= ImageDecoder::kSmallPicturePixels)
+    if (std::uint64_t(info.width) * std::uint64_t(info.height) <= ImageDecoder::kSmallPicturePixels)
         frames_.SetPreview(FrameOps::ToDisplay(first.frame), renderer_.MinAlphaOf(first.frame, none));
     std::lock_guard<std::mutex> lock(metaMutex_);
     initialWorking_ = first.frame;

@@ -15,7 +15,6 @@
 #include "photocore/CoreEngine.h"
 #include "photocore/CoreSessionState.h"
 #include "photocore/EditingCore.h"
-#include "photocore/FrameOps.h"
 #include "photocore/ImageDecoder.h"
 #include "photoutil/FormatHelper.h"
 #include "photoutil/ImageUtils.h"
@@ -162,17 +161,10 @@ EditingCorePtr CreateFromFile(const ioPath& path, const std::string& key, const 
 EditingCorePtr CreateFromFrame(Proc::DataVideoPtr frame, bool hasAlpha, double dpi, ImageSource imageSource,
                                const CoreCreateOptions& options, const std::string& sessionId)
 {
+    // A picture above the pixel limit is reduced by the load job, on the core's thread.
     ImageDecoder::Result first;
     first.full = true;
     const Conf::FrameInfo info = frame->GetFrameInfo();
-    if (options.pixelLimit > 0 && std::uint64_t(info.width) * std::uint64_t(info.height) > options.pixelLimit) {
-        const double scale = std::sqrt(double(options.pixelLimit) / (double(info.width) * double(info.height)));
-        Conf::FrameInfo target = info;
-        target.width = std::max(1, int(info.width * scale));
-        target.height = std::max(1, int(info.height * scale));
-        frame = FrameOps::Resize(*frame, target);
-        first.scaledForMemory = true;
-    }
     first.frame = frame;
 
     CoreSource source;
