@@ -7,13 +7,16 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <QLocale>
 #include <QTimer>
 
 #include "CommandLineFiles.h"
 #include "IconTheme.h"
+#include "Installation.h"
 #include "MainWindow.h"
 #include "SampleImage.h"
 #include "ScreenshotRunner.h"
+#include "Translations.h"
 #include "util/Logging.h"
 #include "util/ScreenInfo.h"
 
@@ -53,6 +56,7 @@ int main(int argc, char** argv)
     QGuiApplication::setDesktopFileName(QStringLiteral("lumindra"));
     Q_INIT_RESOURCE(resources);
     using namespace Quelto::Lumindra::App;
+    const Translations translations(QLocale::system(), Installation::GetTranslationsDirectory());
     IconTheme::SetUp();
     // The workspace colour is themable: the module reads it from this rule.
     app.setStyleSheet(QStringLiteral(
