@@ -1,7 +1,6 @@
 // The editor's command line as a person types it and as a desktop entry's %U passes it.
 
 #include <QDir>
-#include <QFile>
 #include <QUrl>
 
 #include <gtest/gtest.h>
@@ -17,14 +16,11 @@ namespace Support = ::Quelto::Lumindra::Test;
 TEST(CommandLineFiles, PathsAndFileUrlsBecomeAbsolutePathsInOrderOtherUrlsBecomeProblems)
 {
     Support::Sandbox sandbox;
-    for (const char* name : {"a b.jpg", "c.png", "notes:1.jpg"}) {
-        QFile file(sandbox.FilePath(QString::fromUtf8(name)));
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    }
+    const QString a = sandbox.Touch(QStringLiteral("a b.jpg"));
+    const QString c = sandbox.Touch(QStringLiteral("c.png"));
+    const QString urlLike = sandbox.Touch(QStringLiteral("notes:1.jpg"));
     const QString oldCurrent = QDir::currentPath();
     ASSERT_TRUE(QDir::setCurrent(sandbox.Path()));
-    const QString a = sandbox.FilePath(QStringLiteral("a b.jpg"));
-    const QString c = sandbox.FilePath(QStringLiteral("c.png"));
     const QString missing = sandbox.FilePath(QStringLiteral("missing.jpg"));
 
     struct Case { const char* what; QStringList arguments; QStringList files; int problems; };
@@ -37,7 +33,7 @@ TEST(CommandLineFiles, PathsAndFileUrlsBecomeAbsolutePathsInOrderOtherUrlsBecome
         {"one file twice", {a, QUrl::fromLocalFile(a).toString()}, {a}, 0},
         // Opening reports a missing file with its own message, naming the file.
         {"a missing file", {missing}, {missing}, 0},
-        {"a file named like a URL", {QStringLiteral("notes:1.jpg")}, {sandbox.FilePath(QStringLiteral("notes:1.jpg"))}, 0},
+        {"a file named like a URL", {QStringLiteral("notes:1.jpg")}, {urlLike}, 0},
         {"remote URLs among files",
          {QStringLiteral("https://example.org/p.jpg"), c, QStringLiteral("sftp://host/p.jpg")}, {c}, 2},
     };

@@ -1,7 +1,5 @@
 #include <set>
 
-#include <QFile>
-
 #include <gtest/gtest.h>
 
 #include "FolderNavigator.h"
@@ -24,11 +22,7 @@ protected:
         Touch(QStringLiteral("notes.txt"));
         Touch(QStringLiteral("raw.xyz"));
     }
-    void Touch(const QString& name) const
-    {
-        QFile f(sandbox.FilePath(name));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    }
+    void Touch(const QString& name) const { sandbox.Touch(name); }
     std::string Utf8(const QString& name) const { return sandbox.FilePathUtf8(name); }
     QString Path(int i) const { return sandbox.FilePath(QStringLiteral("p%1.jpg").arg(i)); }
 
