@@ -27,6 +27,7 @@
 #include "AdjustPanel.h"
 #include "CoreEventRelay.h"
 #include "CropTool.h"
+#include "IconTheme.h"
 #include "LumindraWorkspace/IObjectsConnectorID.h"
 #include "LumindraWorkspace/OpenExceptionLumindra.h"
 #include "LumindraWorkspace/WorkspaceControllerHelper.h"
@@ -143,33 +144,44 @@ void MainWindow::CreateActions()
     QMenu* viewMenu = menuBar()->addMenu(tr("&View"));
     QToolBar* tools = addToolBar(tr("Tools"));
     tools->setObjectName(QStringLiteral("toolsBar"));
+    tools->setToolButtonStyle(Qt::ToolButtonIconOnly);
 
-    auto add = [this](QMenu* menu, const QString& text, const QKeySequence& key, auto fn, bool needsImage) {
-        QAction* action = menu->addAction(text);
+    // `icon`: freedesktop names first, then alternatives; without any, the toolbar shows the text.
+    auto add = [this](QMenu* menu, const QString& text, const QKeySequence& key, QIcon icon, auto fn,
+                      bool needsImage) {
+        QAction* action = menu->addAction(icon, text);
         action->setShortcut(key);
+        // The toolbar shows only icons: the tip names the action and its key.
+        if (!key.isEmpty())
+            action->setToolTip(tr("%1 (%2)").arg(action->iconText(), key.toString(QKeySequence::NativeText)));
         connect(action, &QAction::triggered, this, fn);
         if (needsImage)
             imageActions_.push_back(action);
         return action;
     };
 
-    add(file, tr("&Open..."), QKeySequence::Open, [this] { OpenDialog(); }, false);
-    saveAs_ = add(file, tr("Save &As..."), QKeySequence::SaveAs, [this] { SaveAsDialog(); }, true);
+    QAction* open = add(file, tr("&Open..."), QKeySequence::Open, IconTheme::Find({"document-open"}),
+                        [this] { OpenDialog(); }, false);
+    saveAs_ = add(file, tr("Save &As..."), QKeySequence::SaveAs, IconTheme::Find({"document-save-as"}),
+                  [this] { SaveAsDialog(); }, true);
     file->addSeparator();
-    add(file, tr("&Next Picture"), QKeySequence(Qt::ALT | Qt::Key_Right), [this] { OnNextFile(); }, true);
-    add(file, tr("&Previous Picture"), QKeySequence(Qt::ALT | Qt::Key_Left), [this] { OnPreviousFile(); }, true);
+    add(file, tr("&Next Picture"), QKeySequence(Qt::ALT | Qt::Key_Right), IconTheme::Find({"go-next"}),
+        [this] { OnNextFile(); }, true);
+    add(file, tr("&Previous Picture"), QKeySequence(Qt::ALT | Qt::Key_Left), IconTheme::Find({"go-previous"}),
+        [this] { OnPreviousFile(); }, true);
     file->addSeparator();
-    add(file, tr("&Close Picture"), QKeySequence::Close, [this] { helper_->CloseWorkspaceController(); }, true);
-    add(file, tr("&Quit"), QKeySequence::Quit, [this] { close(); }, false);
+    add(file, tr("&Close Picture"), QKeySequence::Close, IconTheme::Find({"document-close", "window-close"}),
+        [this] { helper_->CloseWorkspaceController(); }, true);
+    add(file, tr("&Quit"), QKeySequence::Quit, IconTheme::Find({"application-exit"}), [this] { close(); }, false);
 
     // The history changes at the request, its render comes later: the actions follow at once,
     // so a Redo pressed as soon as the undone picture shows is not lost.
-    undo_ = add(edit, tr("&Undo"), QKeySequence::Undo, [this] {
+    undo_ = add(edit, tr("&Undo"), QKeySequence::Undo, IconTheme::Find({"edit-undo"}), [this] {
         if (auto c = controller_.lock())
             c->GetUndoEngine()->Undo();
         UpdateActions();
     }, true);
-    redo_ = add(edit, tr("&Redo"), QKeySequence::Redo, [this] {
+    redo_ = add(edit, tr("&Redo"), QKeySequence::Redo, IconTheme::Find({"edit-redo"}), [this] {
         if (auto c = controller_.lock())
             c->GetUndoEngine()->Redo();
         UpdateActions();
@@ -177,33 +189,42 @@ void MainWindow::CreateActions()
     // Both common bindings, whatever the platform's own Redo key is.
     redo_->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)});
     edit->addSeparator();
-    add(edit, tr("&Paste Picture"), QKeySequence::Paste, [this] { Paste(); }, false);
+    add(edit, tr("&Paste Picture"), QKeySequence::Paste, IconTheme::Find({"edit-paste"}), [this] { Paste(); }, false);
 
     QAction* left = add(image, tr("Rotate &Left"), QKeySequence(Qt::CTRL | Qt::Key_L),
-                        [this] { ApplyEdit(Proc::SettingsRotate(3)); }, true);
+                        IconTheme::Find({"object-rotate-left"}), [this] { ApplyEdit(Proc::SettingsRotate(3)); }, true);
     QAction* right = add(image, tr("Rotate &Right"), QKeySequence(Qt::CTRL | Qt::Key_R),
-                         [this] { ApplyEdit(Proc::SettingsRotate(1)); }, true);
+                         IconTheme::Find({"object-rotate-right"}), [this] { ApplyEdit(Proc::SettingsRotate(1)); }, true);
     QAction* flipH = add(image, tr("Flip &Horizontally"), QKeySequence(Qt::CTRL | Qt::Key_H),
-                         [this] { ApplyEdit(Proc::SettingsFlip(true)); }, true);
-    add(image, tr("Flip &Vertically"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_H),
-        [this] { ApplyEdit(Proc::SettingsFlip(false)); }, true);
-    QAction* crop = add(image, tr("&Crop..."), QKeySequence(Qt::Key_C), [this] { StartCrop(); }, true);
+                         IconTheme::Find({"object-flip-horizontal"}), [this] { ApplyEdit(Proc::SettingsFlip(true)); },
+                         true);
+    QAction* flipV = add(image, tr("Flip &Vertically"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_H),
+                         IconTheme::Find({"object-flip-vertical"}), [this] { ApplyEdit(Proc::SettingsFlip(false)); },
+                         true);
+    // No freedesktop name for cropping: the name the common themes use, then the editor's own.
+    QAction* crop = add(image, tr("&Crop..."), QKeySequence(Qt::Key_C), IconTheme::Find({"transform-crop", "lumindra-crop"}),
+                        [this] { StartCrop(); }, true);
 
     QAction* fit = add(viewMenu, tr("&Fit to Window"), QKeySequence(Qt::CTRL | Qt::Key_0),
-                       [this] { view_->ScaleToFit(true); }, true);
+                       IconTheme::Find({"zoom-fit-best"}), [this] { view_->ScaleToFit(true); }, true);
     QAction* actual = add(viewMenu, tr("&Actual Size (100 %)"), QKeySequence(Qt::CTRL | Qt::Key_1),
-                          [this] { view_->ScaleToPercent(100.0); }, true);
-    QAction* zoomIn = add(viewMenu, tr("Zoom &In"), QKeySequence::ZoomIn, [this] {
+                          IconTheme::Find({"zoom-original"}), [this] { view_->ScaleToPercent(100.0); }, true);
+    QAction* zoomIn = add(viewMenu, tr("Zoom &In"), QKeySequence::ZoomIn, IconTheme::Find({"zoom-in"}), [this] {
         const double p = view_->GetCurrentScalePercent();
         view_->ScaleToPercent(p + p / 100.0 * view_->GetScaleStep());
     }, true);
-    QAction* zoomOut = add(viewMenu, tr("Zoom &Out"), QKeySequence::ZoomOut, [this] {
+    QAction* zoomOut = add(viewMenu, tr("Zoom &Out"), QKeySequence::ZoomOut, IconTheme::Find({"zoom-out"}), [this] {
         const double p = view_->GetCurrentScalePercent();
         view_->ScaleToPercent(p - p / 100.0 * view_->GetScaleStep());
     }, true);
 
-    for (QAction* a : {undo_, redo_, left, right, flipH, crop, fit, actual, zoomIn, zoomOut})
-        tools->addAction(a);
+    for (const QList<QAction*>& group : {QList<QAction*> {open, saveAs_}, QList<QAction*> {undo_, redo_},
+                                         QList<QAction*> {left, right, flipH, flipV, crop},
+                                         QList<QAction*> {fit, actual, zoomIn, zoomOut}}) {
+        if (!tools->actions().isEmpty())
+            tools->addSeparator();
+        tools->addActions(group);
+    }
 }
 
 void MainWindow::RegisterWithConnector()
@@ -227,6 +248,14 @@ void MainWindow::OpenFile(const QString& path)
 {
     lastDirection_ = 0;
     helper_->AddFileToOpen(QFileInfo(path).absoluteFilePath());
+}
+
+void MainWindow::OpenFiles(const QStringList& paths)
+{
+    if (paths.isEmpty())
+        return;
+    folder_.SetChosenFiles(paths);
+    OpenFile(paths.front());
 }
 
 void MainWindow::Step(int direction)
@@ -356,6 +385,11 @@ void MainWindow::OnThrowEvent(const PhotoCore::ICoreEventHandler::ThrowEvent& ev
         if (auto statistics = helper_->GetStatisticsHandler())
             statistics->HandleStatisticsEvent(open->GetStatisticsEvent().name, open->GetStatisticsEvent().parameters);
     }
+    ReportOpenFailure(message);
+}
+
+void MainWindow::ReportOpenFailure(const QString& message)
+{
     statusBar()->showMessage(message.section('\n', 0, 0), 10000);
     Q_EMIT openFailed(message);
     if (!unattended_)

@@ -52,6 +52,12 @@ public:
 
     // Opens a file through the helper (serialised with other open requests).
     void OpenFile(const QString& path);
+    // Opens the first of `paths`; stepping then goes through them in the order given (through
+    // the folder when there is only one).
+    void OpenFiles(const QStringList& paths);
+    // Shows why something could not be opened: status bar, openFailed, and a message box
+    // unless unattended.
+    void ReportOpenFailure(const QString& message);
 
     WorkspaceView* GetView() const { return view_; }
     WorkspaceControllerHelper* GetHelper() const { return helper_; }

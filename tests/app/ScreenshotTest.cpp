@@ -5,6 +5,7 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QProcess>
+#include <QUrl>
 
 #include <gtest/gtest.h>
 
@@ -24,7 +25,7 @@ struct Shot {
     QImage image;
 };
 
-Shot RunScreenshot(const Support::Sandbox& sandbox, const QString& file, const QString& name)
+Shot RunScreenshot(const Support::Sandbox& sandbox, const QStringList& files, const QString& name)
 {
     Shot shot;
     const QString out = sandbox.FilePath(name);
@@ -35,8 +36,7 @@ Shot RunScreenshot(const Support::Sandbox& sandbox, const QString& file, const Q
     env.insert(QStringLiteral("HOME"), sandbox.Path()); // settings and caches stay in the sandbox
     process.setProcessEnvironment(env);
     QStringList args {QStringLiteral("--screenshot"), out, QStringLiteral("--size"), QStringLiteral("1000x700")};
-    if (!file.isEmpty())
-        args << file;
+    args << files;
     process.start(QStringLiteral(LUMINDRA_BINARY_DIR "/bin/lumindra"), args);
     if (!process.waitForFinished(180000)) {
         process.kill();
@@ -106,7 +106,7 @@ TEST(Screenshot, ShowsTheWholePhotoFittedWithTheWorkspaceColourAround)
 {
     Support::Sandbox sandbox;
     const QString photo = Support::TestDataPath(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg"));
-    const Shot shot = RunScreenshot(sandbox, photo, QStringLiteral("shot.png"));
+    const Shot shot = RunScreenshot(sandbox, {photo}, QStringLiteral("shot.png"));
     ASSERT_EQ(shot.exitCode, 0) << shot.errors.toStdString();
     ASSERT_EQ(shot.image.size(), QSize(1000, 700));
 
@@ -134,7 +134,7 @@ TEST(Screenshot, OrientationSamplesAreShownUpright)
     for (const char* sample : {"landscape_6.jpg", "landscape_3.jpg"}) {
         SCOPED_TRACE(sample);
         const QString file = Support::TestDataPath(QStringLiteral("exif-samples/jpg/orientation/") + sample);
-        const Shot shot = RunScreenshot(sandbox, file, QString::fromLatin1(sample) + ".png");
+        const Shot shot = RunScreenshot(sandbox, {file}, QString::fromLatin1(sample) + ".png");
         ASSERT_EQ(shot.exitCode, 0) << shot.errors.toStdString();
         const Layout layout = FindLayout(shot.image);
         ASSERT_FALSE(layout.picture.isEmpty());
@@ -156,21 +156,46 @@ TEST(Screenshot, AFileThatCannotBeOpenedExitsWithAMessage)
     ASSERT_TRUE(cut.open(QIODevice::WriteOnly));
     cut.write(source.read(source.size() / 3));
     cut.close();
-    const Shot shot = RunScreenshot(sandbox, broken, QStringLiteral("broken.png"));
+    const Shot shot = RunScreenshot(sandbox, {broken}, QStringLiteral("broken.png"));
     EXPECT_NE(shot.exitCode, 0);
     EXPECT_FALSE(shot.errors.trimmed().isEmpty());
     EXPECT_FALSE(QFileInfo::exists(sandbox.FilePath(QStringLiteral("broken.png"))));
 
-    const Shot missing = RunScreenshot(sandbox, sandbox.FilePath(QStringLiteral("nothing-here.jpg")),
+    const Shot missing = RunScreenshot(sandbox, {sandbox.FilePath(QStringLiteral("nothing-here.jpg"))},
                                        QStringLiteral("missing.png"));
     EXPECT_NE(missing.exitCode, 0);
     EXPECT_TRUE(missing.errors.contains(QStringLiteral("nothing-here.jpg")));
 }
 
+TEST(Screenshot, FilesArriveAsADesktopEntryPassesThem)
+{
+    // "Open with" hands over percent-encoded file:// URLs, several at once; the first is shown.
+    Support::Sandbox sandbox;
+    const QString photo = sandbox.CopyTestData(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg"),
+                                               QStringLiteral("mein foto.jpg"));
+    const QString other = sandbox.CopyTestData(QStringLiteral("exif-samples/jpg/orientation/landscape_1.jpg"));
+    const QString remote = QStringLiteral("https://example.org/photo.jpg");
+    struct Case { const char* what; QStringList arguments; int exitCode; };
+    for (const Case& c : {Case {"file URLs", {QUrl::fromLocalFile(photo).toString(QUrl::FullyEncoded),
+                                              QUrl::fromLocalFile(other).toString(QUrl::FullyEncoded)}, 0},
+                          Case {"a remote URL", {remote}, 2}}) {
+        SCOPED_TRACE(c.what);
+        const Shot shot = RunScreenshot(sandbox, c.arguments, QStringLiteral("urls.png"));
+        ASSERT_EQ(shot.exitCode, c.exitCode) << shot.errors.toStdString();
+        if (c.exitCode != 0) {
+            EXPECT_TRUE(shot.errors.contains(remote)) << shot.errors.toStdString();
+            continue;
+        }
+        const Layout layout = FindLayout(shot.image);
+        ASSERT_FALSE(layout.picture.isEmpty());
+        EXPECT_GT(PictureMatch(shot.image, layout.picture, QImage(photo)), 24.0);
+    }
+}
+
 TEST(Screenshot, WithoutAFileTheBundledSampleIsShown)
 {
     Support::Sandbox sandbox;
-    const Shot shot = RunScreenshot(sandbox, QString(), QStringLiteral("sample.png"));
+    const Shot shot = RunScreenshot(sandbox, {}, QStringLiteral("sample.png"));
     ASSERT_EQ(shot.exitCode, 0) << shot.errors.toStdString();
     const Layout layout = FindLayout(shot.image);
     ASSERT_FALSE(layout.picture.isEmpty());
