@@ -123,6 +123,11 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 
     compare_ = new CompareButton(this);
     compare_->SetView(view_);
+    compareKeyRelease_ = new QTimer(this);
+    compareKeyRelease_->setSingleShot(true);
+    compareKeyRelease_->setInterval(kKeyRepeatGapMs);
+    connect(compareKeyRelease_, &QTimer::timeout, this,
+            [this] { Q_EMIT hotkeyActivated(SpecialHotkeyHelper::ToggleCompare, false); });
     SpecialHotkeyHelper::SetHandler([this](QKeyEvent* event, bool press) { return HandleHotkey(event, press); });
 
     CreateActions();
@@ -285,7 +290,12 @@ bool MainWindow::HandleHotkey(QKeyEvent* event, bool press)
 {
     if (event->key() != kCompareKey || (event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)))
         return false;
-    Q_EMIT hotkeyActivated(SpecialHotkeyHelper::ToggleCompare, press);
+    if (!press)
+        compareKeyRelease_->start();
+    else if (compareKeyRelease_->isActive())
+        compareKeyRelease_->stop(); // the key repeats: it is still held
+    else
+        Q_EMIT hotkeyActivated(SpecialHotkeyHelper::ToggleCompare, true);
     return true;
 }
 
@@ -415,6 +425,11 @@ void MainWindow::OnLoaded(int stage)
         statusBar()->showMessage(tr("The full picture could not be read; showing the preview"), 10000);
     else if (!crop.isEmpty())
         ApplyCrop(crop);
+    // A comparison made on the preview shows the full-resolution pictures now.
+    if (stage != Loaded::LOAD_FAILED && compare_->GetTool()) {
+        compare_->SetActive(false);
+        compare_->SetActive(true);
+    }
     UpdateStatus();
     // The canvas takes the full frame from its own queue, posted before this event: check after it.
     QTimer::singleShot(0, this, [this] {

@@ -19,6 +19,7 @@
 class QAction;
 class QLabel;
 class QProgressBar;
+class QTimer;
 
 namespace Quelto::Lumindra {
 class CompareButton;
@@ -64,6 +65,9 @@ public:
 
     // The key that toggles the comparison (held: shows it while held).
     static constexpr int kCompareKey = Qt::Key_Backslash;
+    // A key held down repeats as releases each followed at once by a press, which X servers do
+    // not always mark as repeats: a release waits this long for such a press before it counts.
+    static constexpr int kKeyRepeatGapMs = 30;
 
     WorkspaceView* GetView() const { return view_; }
     CompareButton* GetCompareButton() const { return compare_; }
@@ -149,6 +153,7 @@ private:
     QLabel* sizeLabel_ = nullptr;
     QLabel* zoomLabel_ = nullptr;
     QProgressBar* progress_ = nullptr;
+    QTimer* compareKeyRelease_ = nullptr; // running while a release of the compare key may be a repeat
 
     QAction* saveAs_ = nullptr;
     QAction* undo_ = nullptr;

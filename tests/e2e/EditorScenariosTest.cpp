@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QScrollBar>
+#include <QSignalSpy>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -302,7 +303,10 @@ TEST(EditorCompare, BackslashAndTheToolbarButtonShowTheOriginalBesideTheEditedPh
     WaitForPicture(editor, region.size().transposed());
     const QRect whole(0, 0, kWidth, kHeight);
 
+    // The window lets a release of the key wait a moment (it may be the key repeating).
+    QSignalSpy hotkeys(&editor.Window(), &App::MainWindow::hotkeyActivated);
     editor.Key(Qt::Key_Backslash);
+    ASSERT_TRUE(Support::WaitUntil([&] { return hotkeys.size() == 2; })) << "the press and the release";
     ASSERT_TRUE(button.IsActive()) << "a tap of the key switches the comparison on";
     QApplication::processEvents();
     QImage screen = editor.Screen();
@@ -348,8 +352,35 @@ TEST(EditorCompare, BackslashAndTheToolbarButtonShowTheOriginalBesideTheEditedPh
     QWidget* focus = QApplication::focusWidget() ? QApplication::focusWidget() : &editor.Window();
     QTest::keyPress(focus, Qt::Key_Backslash);
     EXPECT_TRUE(button.IsActive());
+    // The key repeating while held (a release and at once a press) does not count as letting go.
     QTest::keyRelease(focus, Qt::Key_Backslash);
-    EXPECT_FALSE(button.IsActive());
+    QTest::keyPress(focus, Qt::Key_Backslash);
+    QApplication::processEvents();
+    EXPECT_TRUE(button.IsActive());
+    QTest::keyRelease(focus, Qt::Key_Backslash);
+    EXPECT_TRUE(Support::WaitUntil([&] { return !button.IsActive(); }));
+}
+
+TEST(EditorCompare, AComparisonMadeOnThePreviewShowsTheFullPicturesOnceTheyAreDecoded)
+{
+    constexpr int kWidth = 8000, kHeight = 6000; // long enough to decode that the preview shows first
+    Support::Sandbox sandbox;
+    const QString photo = Support::MakePhoto(sandbox.FilePath(QStringLiteral("big.jpg")), {kWidth, kHeight}, 1);
+    EditorHarness editor({1200, 800});
+    WorkspaceView& view = editor.View();
+    CompareButton& button = *editor.Window().GetCompareButton();
+    editor.Window().OpenFile(photo);
+    ASSERT_TRUE(Support::WaitUntil(
+        [&] { return editor.Window().GetController() && view.sceneRect().width() > 0; }, EditorHarness::kFrameWaitMs));
+    ASSERT_FALSE(editor.Window().IsFullFrameShown()) << "the full frame came before the preview could be used";
+
+    ASSERT_TRUE(button.SetActive(true));
+    EXPECT_LT(view.sceneRect().width(), 2 * kWidth) << "the pair of previews";
+    ASSERT_TRUE(editor.WaitForFullFrame(photo));
+    EXPECT_TRUE(Support::WaitUntil([&] { return view.sceneRect().width() > 2 * kWidth; }))
+        << "the pair at full resolution: " << view.sceneRect().width();
+    EXPECT_TRUE(button.IsActive());
+    EXPECT_TRUE(view.IsFitToView());
 }
 
 } // namespace
