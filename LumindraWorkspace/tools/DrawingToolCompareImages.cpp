@@ -14,8 +14,6 @@
 #include "LumindraWorkspace/scene/TransformableCanvasItem.h"
 #include "LumindraWorkspace/view/IScalableView.h"
 #include "sharedui/ScalableViewEmitter.h"
-#include "util/HostObjectsConnectorID.h"
-#include "util/ObjectsConnector.h"
 #include "util/UIDefaultValue.h"
 
 namespace Quelto::Lumindra {
@@ -47,17 +45,9 @@ DrawingToolCompareImages::DrawingToolCompareImages(QGraphicsView& view,
                                                    boost::intrusive_ptr<PhotoCore::IPhotoCoreDrawer> drawer)
     : DrawingToolOriginalBase(view, std::move(drawer))
 {
-    Util::ObjectsConnector::registerEmitter(LumindraInt::IObjectsConnectorID::COMPARE_TOOL_ERROR_CREATE, this,
-                                            QStringLiteral("2errorCreate()"), true);
-    const Proc::DataVideoPtr original = GetDrawer() ? GetDrawer()->GetOriginalVideo() : nullptr;
-    const Proc::DataVideoPtr current = GetDrawer() ? GetDrawer()->GetVideo() : nullptr;
-    if (!original || !current || !GetScene()) {
-        LOG(WARNING) << "No comparison: " << (!GetScene() ? "the view shows no picture"
-                                              : !original ? "the original picture is not available"
-                                                          : "the edited picture is not available");
-        Q_EMIT errorCreate();
+    Proc::DataVideoPtr original, current;
+    if (!TakeFrames(original, current))
         return;
-    }
 
     if (IScalableView* scalable = GetScalableView()) {
         if (ScalableViewEmitter* emitter = scalable->GetEmitter()) {

@@ -14,8 +14,6 @@
 #include <glog/logging.h>
 
 #include "LumindraWorkspace/scene/TransformableCanvasItem.h"
-#include "util/HostObjectsConnectorID.h"
-#include "util/ObjectsConnector.h"
 #include "util/UIDefaultValue.h"
 
 namespace Quelto::Lumindra {
@@ -45,17 +43,12 @@ DrawingToolCompareSplit::DrawingToolCompareSplit(QGraphicsView& view,
                                                  boost::intrusive_ptr<PhotoCore::IPhotoCoreDrawer> drawer)
     : DrawingToolOriginalBase(view, std::move(drawer))
 {
-    Util::ObjectsConnector::registerEmitter(LumindraInt::IObjectsConnectorID::COMPARE_TOOL_ERROR_CREATE, this,
-                                            QStringLiteral("2errorCreate()"), true);
-    const Proc::DataVideoPtr original = GetDrawer() ? GetDrawer()->GetOriginalVideo() : nullptr;
-    const Proc::DataVideoPtr current = GetDrawer() ? GetDrawer()->GetVideo() : nullptr;
+    Proc::DataVideoPtr original, current;
+    if (!TakeFrames(original, current))
+        return;
     const auto mapping = MapOriginalOntoCurrent(original, current);
-    if (!mapping || !GetScene()) {
-        LOG(WARNING) << "No split comparison: "
-                     << (!GetScene()              ? "the view shows no picture"
-                         : !original || !current ? "the original or the edited picture is not available"
-                                                 : "the edits cannot be laid over the original");
-        Q_EMIT errorCreate();
+    if (!mapping) {
+        FailCreate("the edits cannot be laid over the original");
         return;
     }
 

@@ -14,6 +14,7 @@
 #include "LumindraWorkspace/view/IScalableView.h"
 #include "LumindraWorkspace/view/WorkspaceView.h"
 #include "photocore/FrameGeometry.h"
+#include "util/HostObjectsConnectorID.h"
 #include "util/ObjectsConnector.h"
 
 namespace Quelto::Lumindra {
@@ -42,6 +43,8 @@ DrawingToolOriginalBase::DrawingToolOriginalBase(QGraphicsView& view,
 {
     Util::ObjectsConnector::registerEmitter(Workspace::IObjectsConnectorID::SCENE_BACKGROUND_MODE_CHANGED, this,
                                             QStringLiteral("2sceneBgModeChanged(SceneBackgroundMode)"), 0);
+    Util::ObjectsConnector::registerEmitter(LumindraInt::IObjectsConnectorID::COMPARE_TOOL_ERROR_CREATE, this,
+                                            QStringLiteral("2errorCreate()"), true);
 }
 
 DrawingToolOriginalBase::~DrawingToolOriginalBase()
@@ -105,6 +108,25 @@ std::optional<QTransform> DrawingToolOriginalBase::MapOriginalOntoCurrent(const 
                                  double(geometry->GetOriginalHeight()) / from.height)
         * ToTransform(geometry->GetAffine())
         * QTransform::fromScale(double(to.width) / geometry->GetWidth(), double(to.height) / geometry->GetHeight());
+}
+
+bool DrawingToolOriginalBase::TakeFrames(Proc::DataVideoPtr& original, Proc::DataVideoPtr& current)
+{
+    original = drawer_ ? drawer_->GetOriginalVideo() : nullptr;
+    current = drawer_ ? drawer_->GetVideo() : nullptr;
+    if (!scene_)
+        FailCreate("the view shows no picture");
+    else if (!original)
+        FailCreate("the original picture is not available");
+    else if (!current)
+        FailCreate("the edited picture is not available");
+    return scene_ && original && current;
+}
+
+void DrawingToolOriginalBase::FailCreate(const char* reason)
+{
+    LOG(WARNING) << "No comparison: " << reason;
+    Q_EMIT errorCreate();
 }
 
 void DrawingToolOriginalBase::AddToScene(QGraphicsItem* item)

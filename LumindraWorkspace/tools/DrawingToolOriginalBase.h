@@ -64,7 +64,8 @@ public:
 
 Q_SIGNALS:
     // The tool could not be built: the original or the current frame is not there. Emitted from
-    // the constructor of the tool; the tool then adds nothing.
+    // the constructor of the tool (registered with the objects connector there); the tool then
+    // adds nothing.
     void errorCreate();
     // Escape was pressed: the person wants to leave the tool.
     void cancelRequested();
@@ -88,6 +89,12 @@ protected:
     // mirrored and shifted by the crop). None when where the edits moved the pixels is unknown.
     std::optional<QTransform> MapOriginalOntoCurrent(const Proc::DataVideoPtr& original,
                                                      const Proc::DataVideoPtr& current) const;
+
+    // The image as opened and the current picture, when both are there and the view shows a
+    // scene to put them in; otherwise false, after FailCreate.
+    bool TakeFrames(Proc::DataVideoPtr& original, Proc::DataVideoPtr& current);
+    // The tool cannot be built: logs why and emits errorCreate().
+    void FailCreate(const char* reason);
 
     // Adds a top-level item of the tool to the scene; the tool owns it from now on.
     void AddToScene(QGraphicsItem* item);
