@@ -3,6 +3,7 @@
 #include <map>
 
 #include <QCommandLineParser>
+#include <QCoreApplication>
 #include <QStringList>
 
 namespace Quelto::Lumindra::App {
@@ -39,12 +40,15 @@ std::shared_ptr<const Proc::SettingsBase> ParseCrop(const QString& value)
 
 void EditOptions::AddTo(QCommandLineParser& parser)
 {
-    parser.addOption(QCommandLineOption(kRotate, QStringLiteral("Turn the picture clockwise by 90, 180 or 270 degrees."),
-                                        QStringLiteral("degrees")));
-    parser.addOption(QCommandLineOption(kFlip, QStringLiteral("Flip the picture: h (left to right) or v (top to bottom)."),
-                                        QStringLiteral("h|v")));
-    parser.addOption(QCommandLineOption(kCrop, QStringLiteral("Cut the picture to the rectangle X,Y,W,H in pixels."),
-                                        QStringLiteral("x,y,w,h")));
+    parser.addOption(QCommandLineOption(
+        kRotate, QCoreApplication::translate("EditOptions", "Turn the picture clockwise by 90, 180 or 270 degrees."),
+        QStringLiteral("degrees")));
+    parser.addOption(QCommandLineOption(
+        kFlip, QCoreApplication::translate("EditOptions", "Flip the picture: h (left to right) or v (top to bottom)."),
+        QStringLiteral("h|v")));
+    parser.addOption(QCommandLineOption(
+        kCrop, QCoreApplication::translate("EditOptions", "Cut the picture to the rectangle X,Y,W,H in pixels."),
+        QStringLiteral("x,y,w,h")));
 }
 
 std::shared_ptr<const Proc::SettingsBase> EditOptions::Parse(const QString& option, const QString& value, QString& error)

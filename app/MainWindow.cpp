@@ -238,7 +238,9 @@ void MainWindow::CreateActions()
     // The key is handled as a hotkey, press and release, so that holding it works; the menu only
     // shows it.
     viewMenu->addSeparator();
-    QAction* compare = viewMenu->addAction(tr("&Compare with Original") + QStringLiteral("\t\\"));
+    const QIcon compareIcon = IconTheme::Find({"lumindra-compare"});
+    compare_->setIcon(compareIcon);
+    QAction* compare = viewMenu->addAction(compareIcon, tr("&Compare with Original") + QStringLiteral("\t\\"));
     compare->setCheckable(true);
     compare->setEnabled(false);
     connect(compare, &QAction::triggered, this, [this, compare](bool checked) {

@@ -47,10 +47,10 @@ CompareButton::CompareButton(QWidget* parent) : QToolButton(parent)
     setEnabled(false);
     setPopupMode(QToolButton::MenuButtonPopup);
 
-    typeMenu_ = new QMenu(tr("Compare Mode"), this);
+    typeMenu_ = new QMenu(tr("Compare &Mode"), this);
     auto* group = new QActionGroup(typeMenu_);
-    sideBySide_ = typeMenu_->addAction(tr("Side by Side"));
-    split_ = typeMenu_->addAction(tr("Split"));
+    sideBySide_ = typeMenu_->addAction(tr("&Side by Side"));
+    split_ = typeMenu_->addAction(tr("S&plit"));
     for (QAction* action : {sideBySide_, split_}) {
         action->setCheckable(true);
         group->addAction(action);
