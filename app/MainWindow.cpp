@@ -1,5 +1,6 @@
 #include "MainWindow.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <QAction>
@@ -443,9 +444,15 @@ void MainWindow::OnLoaded(int stage)
 bool MainWindow::IsScaledCopyPending() const
 {
     const auto controller = controller_.lock();
-    const auto* canvas =
-        controller ? dynamic_cast<const CanvasItem*>(WorkspaceScene::GetMainCanvas(controller->GetScene())) : nullptr;
-    return canvas && canvas->HasPendingResize();
+    const QGraphicsScene* scene = controller ? controller->GetScene() : nullptr;
+    if (!scene)
+        return false;
+    // The document's canvas, or the pictures of a comparison.
+    const QList<QGraphicsItem*> items = scene->items();
+    return std::any_of(items.begin(), items.end(), [](const QGraphicsItem* item) {
+        const auto* canvas = dynamic_cast<const CanvasItem*>(item);
+        return canvas && canvas->isVisible() && canvas->HasPendingResize();
+    });
 }
 
 void MainWindow::OnSceneRectChanged()

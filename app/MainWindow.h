@@ -75,7 +75,8 @@ public:
     std::shared_ptr<IWorkspaceController> GetController() const { return controller_.lock(); }
     // True once the open image's full-resolution frame is on the canvas.
     bool IsFullFrameShown() const;
-    // Whether the canvas is still making its copy at the on-screen size (it shows a stand-in).
+    // Whether a picture on screen (the canvas, or those of a comparison) is still making its copy
+    // at the on-screen size (it shows a stand-in).
     bool IsScaledCopyPending() const;
     // When set, no question is asked (screenshots, tests): unsaved edits are discarded as if the
     // person had agreed.
