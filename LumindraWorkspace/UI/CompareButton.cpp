@@ -135,7 +135,7 @@ bool CompareButton::Activate()
 {
     const auto controller = controller_.lock();
     QGraphicsView* view = view_.data();
-    if (!controller || !view || !view->scene()) {
+    if (!controller || !view) {
         setChecked(false);
         return false;
     }

@@ -13,7 +13,6 @@
 
 #include "LumindraWorkspace/IObjectsConnectorID.h"
 #include "LumindraWorkspace/IWorkspaceController.h"
-#include "LumindraWorkspace/WorkspaceMetadata.h"
 #include "LumindraWorkspace/scene/WorkspaceScene.h"
 #include "LumindraWorkspace/tools/DrawingToolCompareImages.h"
 #include "LumindraWorkspace/view/WorkspaceView.h"
@@ -134,71 +133,6 @@ private:
     Proc::DataVideoPtr original_;
     Proc::DataVideoPtr current_;
     PhotoCore::SettingsCore settings_;
-};
-
-// A real controller seen through another drawer: everything else is the controller's own.
-class DrawerSwap : public IWorkspaceController {
-public:
-    DrawerSwap(std::shared_ptr<IWorkspaceController> inner, boost::intrusive_ptr<PhotoCore::IPhotoCoreDrawer> drawer)
-        : inner_(std::move(inner)), drawer_(std::move(drawer))
-    {
-    }
-    boost::intrusive_ptr<PhotoCore::IPhotoCoreDrawer> GetLumindraDrawer() override { return drawer_; }
-
-    IScalableView* GetView() const override { return inner_->GetView(); }
-    IScene* GetScene() const override { return inner_->GetScene(); }
-    boost::intrusive_ptr<PhotoCore::IPhotoCoreUndoBase> GetUndoEngine() override { return inner_->GetUndoEngine(); }
-    boost::intrusive_ptr<PhotoUtil::ISerializer> GetSerializeEngine() override { return inner_->GetSerializeEngine(); }
-    void RegisterCoreEventHandler(PhotoCore::ICoreEventHandler* h) override { inner_->RegisterCoreEventHandler(h); }
-    void UnregisterCoreEventHandler(PhotoCore::ICoreEventHandler* h) override { inner_->UnregisterCoreEventHandler(h); }
-    void RegisterDrawerEventHandler(PhotoCore::IDrawerEventHandler* h) override { inner_->RegisterDrawerEventHandler(h); }
-    void UnregisterDrawerEventHandler(PhotoCore::IDrawerEventHandler* h) override
-    {
-        inner_->UnregisterDrawerEventHandler(h);
-    }
-    QString GetFileName() override { return inner_->GetFileName(); }
-    QString GetOriginalFileName() override { return inner_->GetOriginalFileName(); }
-    bool HasChanged() const override { return inner_->HasChanged(); }
-    PhotoCore::IPhotoCoreIO::SaveResult SaveOverwrite() override { return inner_->SaveOverwrite(); }
-    PhotoCore::IPhotoCoreIO::SaveResult Save(const SaveSettings& s, PhotoCore::SettingsSave& save) override
-    {
-        return inner_->Save(s, save);
-    }
-    PhotoCore::IPhotoCoreIO::SaveResult Save(const SaveSettings& s) override { return inner_->Save(s); }
-    void SendSaveStatistics(const SaveSettings::StatisticsSettings& s) override { inner_->SendSaveStatistics(s); }
-    void SaveSession() override { inner_->SaveSession(); }
-    void SetProgressController(const boost::intrusive_ptr<Core::IProgressController>& p) override
-    {
-        inner_->SetProgressController(p);
-    }
-    void SetDragAndDrop(IDragAndDrop* d) override { inner_->SetDragAndDrop(d); }
-    ioPath GenerateTemporaryFilePath() override { return inner_->GenerateTemporaryFilePath(); }
-    Proc::DataVideoPtr LoadSelection(const std::string& key, bool useOnly) override
-    {
-        return inner_->LoadSelection(key, useOnly);
-    }
-    void SaveSelection(const std::string& key, const Proc::DataVideoPtr& d) override { inner_->SaveSelection(key, d); }
-    const Util::ImageUtils& GetImageUtils() const override { return inner_->GetImageUtils(); }
-    const PhotoCore::SettingsCore& GetFrameInfo() const override { return inner_->GetFrameInfo(); }
-    QImage GetSnapshot() override { return inner_->GetSnapshot(); }
-    Core::Property GetFileInfo() override { return inner_->GetFileInfo(); }
-    PhotoCore::IStatisticsEventHandler* GetStatisticsEventHandler() const override
-    {
-        return inner_->GetStatisticsEventHandler();
-    }
-    PhotoCore::IDebug* GetDebugEngine() const override { return inner_->GetDebugEngine(); }
-    const PhotoCore::IPhotoCoreIO& GetIOEngine() const override
-    {
-        return static_cast<const IWorkspaceController&>(*inner_).GetIOEngine();
-    }
-    PhotoCore::IPhotoCoreIO& GetIOEngine() override { return inner_->GetIOEngine(); }
-    const WorkspaceMetadata& GetMetadataSettings() const override { return inner_->GetMetadataSettings(); }
-    WorkspaceMetadata& MetadataSettings() override { return inner_->MetadataSettings(); }
-    PhotoCore::IPhotoCoreTracker& GetTrackerEngine() override { return inner_->GetTrackerEngine(); }
-
-private:
-    std::shared_ptr<IWorkspaceController> inner_;
-    boost::intrusive_ptr<PhotoCore::IPhotoCoreDrawer> drawer_;
 };
 
 // The host's side of the compare messages: counts the tools' errors and sends what the host sends.
