@@ -101,7 +101,7 @@ bool WorkspaceControllerHelper::ResetWorkspaceController(const ioPath& path, con
     const bool empty = path.empty() && key.empty();
     auto check = [=] {
         if (empty && !allowEmpty)
-            throw std::invalid_argument("No file to open");
+            throw std::invalid_argument(tr("No file to open").toStdString());
     };
     auto create = [this, path, key, empty] {
         controller_ = empty ? nullptr : WorkspaceController::Create(provider_, path, key);
@@ -113,7 +113,7 @@ bool WorkspaceControllerHelper::ResetWorkspaceControllerWithImageImpl(const QPix
 {
     auto check = [&image] {
         if (image.isNull())
-            throw std::invalid_argument("The picture is empty");
+            throw std::invalid_argument(tr("The picture is empty").toStdString());
     };
     auto create = [this, &image, source] { controller_ = WorkspaceController::Create(provider_, image, source); };
     return ResetWorkspaceControllerImpl(check, create, ioPath(), true);

@@ -59,6 +59,11 @@ void FolderNavigator::Clear()
     index_ = -1;
 }
 
+void FolderNavigator::SetChosenFiles(const QStringList& files)
+{
+    chosen_ = files.size() > 1 ? files : QStringList();
+}
+
 void FolderNavigator::SetCurrentFile(const QString& file)
 {
     Clear();
@@ -66,6 +71,12 @@ void FolderNavigator::SetCurrentFile(const QString& file)
         return;
     const QFileInfo info(file);
     current_ = info.absoluteFilePath();
+    if (chosen_.contains(current_)) {
+        files_ = chosen_;
+        index_ = files_.indexOf(current_);
+        return;
+    }
+    chosen_.clear();
     const QDir dir = info.absoluteDir();
     for (const QFileInfo& entry : dir.entryInfoList(QDir::Files | QDir::Readable)) {
         if (IsImageFile(entry.fileName()) || entry.absoluteFilePath() == current_)

@@ -9,8 +9,10 @@
 namespace Quelto::Lumindra::App {
 
 // The images of the open file's folder, in the order a person sees them (natural sort by name),
-// and which file comes next in either direction. Also orders the preload request: the files a
-// person will most likely open next come first. UI thread.
+// and which file comes next in either direction. Pictures chosen together (several files on the
+// command line) are stepped through instead, in the order given, while the open file is one of
+// them. Also orders the preload request: the files a person will most likely open next come
+// first. UI thread.
 class FolderNavigator {
 public:
     // How many neighbours on each side are worth keeping ready.
@@ -20,6 +22,9 @@ public:
     // not one the editor reads.
     void SetCurrentFile(const QString& file);
     void Clear();
+    // Absolute paths; fewer than two leave the folder in charge. Takes effect at the next
+    // SetCurrentFile; a file outside the choice ends it.
+    void SetChosenFiles(const QStringList& files);
 
     QString GetCurrentFile() const { return current_; }
     int GetCurrentIndex() const { return index_; }
@@ -41,6 +46,7 @@ public:
 private:
     QString current_;
     QStringList files_;
+    QStringList chosen_;
     int index_ = -1;
 };
 

@@ -1,5 +1,6 @@
 #include "MainWindow.h"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -13,6 +14,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGraphicsScene>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -28,9 +30,11 @@
 #include "AdjustPanel.h"
 #include "CoreEventRelay.h"
 #include "CropTool.h"
+#include "IconTheme.h"
 #include "RestoreOffer.h"
 #include "LumindraWorkspace/IObjectsConnectorID.h"
 #include "LumindraWorkspace/OpenExceptionLumindra.h"
+#include "LumindraWorkspace/UI/CompareButton.h"
 #include "LumindraWorkspace/WorkspaceControllerHelper.h"
 #include "LumindraWorkspace/scene/CanvasItem.h"
 #include "LumindraWorkspace/scene/WorkspaceScene.h"
@@ -39,6 +43,7 @@
 #include "photocore/StatisticsEventHandler.h"
 #include "photoutil/FormatHelper.h"
 #include "sharedui/ScalableViewEmitter.h"
+#include "util/HostObjectsConnectorID.h"
 #include "util/ObjectsConnector.h"
 #include "util/Settings.h"
 
@@ -118,6 +123,15 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
     statusBar()->addPermanentWidget(sizeLabel_);
     statusBar()->addPermanentWidget(zoomLabel_);
 
+    compare_ = new CompareButton(this);
+    compare_->SetView(view_);
+    compareKeyRelease_ = new QTimer(this);
+    compareKeyRelease_->setSingleShot(true);
+    compareKeyRelease_->setInterval(kKeyRepeatGapMs);
+    connect(compareKeyRelease_, &QTimer::timeout, this,
+            [this] { Q_EMIT hotkeyActivated(SpecialHotkeyHelper::ToggleCompare, false); });
+    SpecialHotkeyHelper::SetHandler([this](QKeyEvent* event, bool press) { return HandleHotkey(event, press); });
+
     CreateActions();
     RegisterWithConnector();
     helper_->Initialize(this);
@@ -127,7 +141,10 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 
 MainWindow::~MainWindow()
 {
+    SpecialHotkeyHelper::SetHandler({});
     EndCrop();
+    // The comparison gives the scene back while the scene is still there.
+    compare_->SetWorkspaceController(std::weak_ptr<IWorkspaceController>());
     if (auto controller = controller_.lock())
         controller->UnregisterCoreEventHandler(relay_);
     // The view lets go of the scene before the helper releases the controller that owns it.
@@ -144,33 +161,46 @@ void MainWindow::CreateActions()
     QMenu* viewMenu = menuBar()->addMenu(tr("&View"));
     QToolBar* tools = addToolBar(tr("Tools"));
     tools->setObjectName(QStringLiteral("toolsBar"));
+    tools->setToolButtonStyle(Qt::ToolButtonIconOnly);
 
-    auto add = [this](QMenu* menu, const QString& text, const QKeySequence& key, auto fn, bool needsImage) {
-        QAction* action = menu->addAction(text);
+    // `icon`: freedesktop names first, then alternatives; without any, the toolbar shows the text.
+    auto add = [this](QMenu* menu, const QString& text, const QKeySequence& key, QIcon icon, auto fn,
+                      bool needsImage) {
+        QAction* action = menu->addAction(icon, text);
         action->setShortcut(key);
+        // The toolbar shows only icons: the tip names the action and its key.
+        if (!key.isEmpty())
+            action->setToolTip(tr("%1 (%2)").arg(action->iconText(), key.toString(QKeySequence::NativeText)));
         connect(action, &QAction::triggered, this, fn);
         if (needsImage)
             imageActions_.push_back(action);
         return action;
     };
 
-    add(file, tr("&Open..."), QKeySequence::Open, [this] { OpenDialog(); }, false);
-    saveAs_ = add(file, tr("Save &As..."), QKeySequence::SaveAs, [this] { SaveAsDialog(); }, true);
+    QAction* open = add(file, tr("&Open..."), QKeySequence::Open, IconTheme::Find({"document-open"}),
+                        [this] { OpenDialog(); }, false);
+    saveAs_ = add(file, tr("Save &As..."), QKeySequence::SaveAs, IconTheme::Find({"document-save-as"}),
+                  [this] { SaveAsDialog(); }, true);
     file->addSeparator();
-    add(file, tr("&Next Picture"), QKeySequence(Qt::ALT | Qt::Key_Right), [this] { OnNextFile(); }, true);
-    add(file, tr("&Previous Picture"), QKeySequence(Qt::ALT | Qt::Key_Left), [this] { OnPreviousFile(); }, true);
+    add(file, tr("&Next Picture"), QKeySequence(Qt::ALT | Qt::Key_Right), IconTheme::Find({"go-next"}),
+        [this] { OnNextFile(); }, true);
+    add(file, tr("&Previous Picture"), QKeySequence(Qt::ALT | Qt::Key_Left), IconTheme::Find({"go-previous"}),
+        [this] { OnPreviousFile(); }, true);
     file->addSeparator();
-    add(file, tr("&Close Picture"), QKeySequence::Close, [this] { helper_->CloseWorkspaceController(); }, true);
-    add(file, tr("&Quit"), QKeySequence::Quit, [this] { close(); }, false);
+    add(file, tr("&Close Picture"), QKeySequence::Close, IconTheme::Find({"document-close", "window-close"}),
+        [this] { helper_->CloseWorkspaceController(); }, true);
+    add(file, tr("&Quit"), QKeySequence::Quit, IconTheme::Find({"application-exit"}), [this] { close(); }, false);
 
     // The history changes at the request, its render comes later: the actions follow at once,
     // so a Redo pressed as soon as the undone picture shows is not lost.
-    undo_ = add(edit, tr("&Undo"), QKeySequence::Undo, [this] {
+    undo_ = add(edit, tr("&Undo"), QKeySequence::Undo, IconTheme::Find({"edit-undo"}), [this] {
+        Q_EMIT uiControlUsed();
         if (auto c = controller_.lock())
             c->GetUndoEngine()->Undo();
         UpdateActions();
     }, true);
-    redo_ = add(edit, tr("&Redo"), QKeySequence::Redo, [this] {
+    redo_ = add(edit, tr("&Redo"), QKeySequence::Redo, IconTheme::Find({"edit-redo"}), [this] {
+        Q_EMIT uiControlUsed();
         if (auto c = controller_.lock())
             c->GetUndoEngine()->Redo();
         UpdateActions();
@@ -178,33 +208,65 @@ void MainWindow::CreateActions()
     // Both common bindings, whatever the platform's own Redo key is.
     redo_->setShortcuts({QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), QKeySequence(Qt::CTRL | Qt::Key_Y)});
     edit->addSeparator();
-    add(edit, tr("&Paste Picture"), QKeySequence::Paste, [this] { Paste(); }, false);
+    add(edit, tr("&Paste Picture"), QKeySequence::Paste, IconTheme::Find({"edit-paste"}), [this] { Paste(); }, false);
 
     QAction* left = add(image, tr("Rotate &Left"), QKeySequence(Qt::CTRL | Qt::Key_L),
-                        [this] { ApplyEdit(Proc::SettingsRotate(3)); }, true);
+                        IconTheme::Find({"object-rotate-left"}), [this] { ApplyEdit(Proc::SettingsRotate(3)); }, true);
     QAction* right = add(image, tr("Rotate &Right"), QKeySequence(Qt::CTRL | Qt::Key_R),
-                         [this] { ApplyEdit(Proc::SettingsRotate(1)); }, true);
+                         IconTheme::Find({"object-rotate-right"}), [this] { ApplyEdit(Proc::SettingsRotate(1)); }, true);
     QAction* flipH = add(image, tr("Flip &Horizontally"), QKeySequence(Qt::CTRL | Qt::Key_H),
-                         [this] { ApplyEdit(Proc::SettingsFlip(true)); }, true);
-    add(image, tr("Flip &Vertically"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_H),
-        [this] { ApplyEdit(Proc::SettingsFlip(false)); }, true);
-    QAction* crop = add(image, tr("&Crop..."), QKeySequence(Qt::Key_C), [this] { StartCrop(); }, true);
+                         IconTheme::Find({"object-flip-horizontal"}), [this] { ApplyEdit(Proc::SettingsFlip(true)); },
+                         true);
+    QAction* flipV = add(image, tr("Flip &Vertically"), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_H),
+                         IconTheme::Find({"object-flip-vertical"}), [this] { ApplyEdit(Proc::SettingsFlip(false)); },
+                         true);
+    // No freedesktop name for cropping: the name the common themes use, then the editor's own.
+    QAction* crop = add(image, tr("&Crop..."), QKeySequence(Qt::Key_C), IconTheme::Find({"transform-crop", "lumindra-crop"}),
+                        [this] { StartCrop(); }, true);
 
     QAction* fit = add(viewMenu, tr("&Fit to Window"), QKeySequence(Qt::CTRL | Qt::Key_0),
-                       [this] { view_->ScaleToFit(true); }, true);
+                       IconTheme::Find({"zoom-fit-best"}), [this] { view_->ScaleToFit(true); }, true);
     QAction* actual = add(viewMenu, tr("&Actual Size (100 %)"), QKeySequence(Qt::CTRL | Qt::Key_1),
-                          [this] { view_->ScaleToPercent(100.0); }, true);
-    QAction* zoomIn = add(viewMenu, tr("Zoom &In"), QKeySequence::ZoomIn, [this] {
+                          IconTheme::Find({"zoom-original"}), [this] { view_->ScaleToPercent(100.0); }, true);
+    QAction* zoomIn = add(viewMenu, tr("Zoom &In"), QKeySequence::ZoomIn, IconTheme::Find({"zoom-in"}), [this] {
         const double p = view_->GetCurrentScalePercent();
         view_->ScaleToPercent(p + p / 100.0 * view_->GetScaleStep());
     }, true);
-    QAction* zoomOut = add(viewMenu, tr("Zoom &Out"), QKeySequence::ZoomOut, [this] {
+    QAction* zoomOut = add(viewMenu, tr("Zoom &Out"), QKeySequence::ZoomOut, IconTheme::Find({"zoom-out"}), [this] {
         const double p = view_->GetCurrentScalePercent();
         view_->ScaleToPercent(p - p / 100.0 * view_->GetScaleStep());
     }, true);
 
-    for (QAction* a : {undo_, redo_, left, right, flipH, crop, fit, actual, zoomIn, zoomOut})
-        tools->addAction(a);
+    // The key is handled as a hotkey, press and release, so that holding it works; the menu only
+    // shows it.
+    viewMenu->addSeparator();
+    const QIcon compareIcon = IconTheme::Find({"lumindra-compare"});
+    compare_->setIcon(compareIcon);
+    QAction* compare = viewMenu->addAction(compareIcon, tr("&Compare with Original") + QStringLiteral("\t\\"));
+    compare->setCheckable(true);
+    compare->setEnabled(false);
+    connect(compare, &QAction::triggered, this, [this, compare](bool checked) {
+        compare_->SetActive(checked);
+        compare->setChecked(compare_->IsActive()); // a start that failed takes the mark back
+        view_->SetFocus(true);
+    });
+    connect(compare_, &CompareButton::compareIsActivated, this, [this, compare](bool active) {
+        compare->setChecked(active);
+        if (active)
+            EndCrop();
+    });
+    imageActions_.push_back(compare);
+    viewMenu->addMenu(compare_->GetTypeMenu());
+
+    for (const QList<QAction*>& group : {QList<QAction*> {open, saveAs_}, QList<QAction*> {undo_, redo_},
+                                         QList<QAction*> {left, right, flipH, flipV, crop},
+                                         QList<QAction*> {fit, actual, zoomIn, zoomOut}}) {
+        if (!tools->actions().isEmpty())
+            tools->addSeparator();
+        tools->addActions(group);
+    }
+    tools->addSeparator();
+    tools->addWidget(compare_);
 }
 
 void MainWindow::RegisterWithConnector()
@@ -222,6 +284,43 @@ void MainWindow::RegisterWithConnector()
     ObjectsConnector::registerReceiver(ModuleId::NEXT_FILE_PAGE, this, "1OnNextFile()", 0);
     ObjectsConnector::registerReceiver(ModuleId::PREVIOUS_FILE_ARROW, this, "1OnPreviousFile()", 0);
     ObjectsConnector::registerReceiver(ModuleId::PREVIOUS_FILE_PAGE, this, "1OnPreviousFile()", 0);
+    ObjectsConnector::registerEmitter(HostId::HOTKEY_ACTIVATED, this,
+                                      "2hotkeyActivated(SpecialHotkeyHelper::HotkeyID, bool)", 0);
+    ObjectsConnector::registerEmitter(HostId::UI_CONTROL_USED, this, "2uiControlUsed()", 0);
+    ObjectsConnector::registerReceiver(HostId::COMPARE_TOOL_ERROR_CREATE, this, "1OnCompareError()", 0);
+}
+
+bool MainWindow::HandleHotkey(QKeyEvent* event, bool press)
+{
+    if (event->key() != kCompareKey || (event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)))
+        return false;
+    if (!press)
+        compareKeyRelease_->start();
+    else if (compareKeyRelease_->isActive())
+        compareKeyRelease_->stop(); // the key repeats: it is still held
+    else
+        Q_EMIT hotkeyActivated(SpecialHotkeyHelper::ToggleCompare, true);
+    return true;
+}
+
+void MainWindow::keyPressEvent(QKeyEvent* event)
+{
+    // Keys that the focused widget (a slider, the toolbar) did not use reach the window.
+    if (!event->isAutoRepeat() && SpecialHotkeyHelper::HandlePressEvent(event))
+        return;
+    QMainWindow::keyPressEvent(event);
+}
+
+void MainWindow::keyReleaseEvent(QKeyEvent* event)
+{
+    if (!event->isAutoRepeat() && SpecialHotkeyHelper::HandleReleaseEvent(event))
+        return;
+    QMainWindow::keyReleaseEvent(event);
+}
+
+void MainWindow::OnCompareError()
+{
+    statusBar()->showMessage(tr("The comparison cannot be shown: the original picture is not available"), 5000);
 }
 
 void MainWindow::OpenFile(const QString& path)
@@ -230,7 +329,15 @@ void MainWindow::OpenFile(const QString& path)
     helper_->AddFileToOpen(QFileInfo(path).absoluteFilePath());
 }
 
-void MainWindow::OfferToRestore(const UnfinishedSession& session, const QString& otherwiseOpen)
+void MainWindow::OpenFiles(const QStringList& paths)
+{
+    if (paths.isEmpty())
+        return;
+    folder_.SetChosenFiles(paths);
+    OpenFile(paths.front());
+}
+
+void MainWindow::OfferToRestore(const UnfinishedSession& session, const QStringList& otherwiseOpen)
 {
     if (restoreOffer_)
         return;
@@ -247,8 +354,8 @@ void MainWindow::OfferToRestore(const UnfinishedSession& session, const QString&
     // Answered (restore, discard) or closed: the offer is over either way.
     connect(restoreOffer_, &QDialog::finished, this, [this, otherwiseOpen, restored] {
         restoreOffer_ = nullptr;
-        if (!*restored && !GetController() && !otherwiseOpen.isEmpty())
-            OpenFile(otherwiseOpen);
+        if (!*restored && !GetController())
+            OpenFiles(otherwiseOpen);
     });
     restoreOffer_->open();
 }
@@ -308,6 +415,8 @@ void MainWindow::SetWorkspaceController(const std::weak_ptr<IWorkspaceController
     if (auto old = controller_.lock())
         old->UnregisterCoreEventHandler(relay_);
     controller_ = controller;
+    // Before the view changes scenes: a comparison gives its scene back first.
+    compare_->SetWorkspaceController(controller);
     view_->SetWorkspaceController(controller);
 
     const auto current = controller.lock();
@@ -363,6 +472,11 @@ void MainWindow::OnLoaded(int stage)
         statusBar()->showMessage(tr("The full picture could not be read; showing the preview"), 10000);
     else if (!crop.isEmpty())
         ApplyCrop(crop);
+    // A comparison made on the preview shows the full-resolution pictures now.
+    if (stage != Loaded::LOAD_FAILED && compare_->GetTool()) {
+        compare_->SetActive(false);
+        compare_->SetActive(true);
+    }
     UpdateStatus();
     // The canvas takes the full frame from its own queue, posted before this event: check after it.
     QTimer::singleShot(0, this, [this] {
@@ -374,9 +488,15 @@ void MainWindow::OnLoaded(int stage)
 bool MainWindow::IsScaledCopyPending() const
 {
     const auto controller = controller_.lock();
-    const auto* canvas =
-        controller ? dynamic_cast<const CanvasItem*>(WorkspaceScene::GetMainCanvas(controller->GetScene())) : nullptr;
-    return canvas && canvas->HasPendingResize();
+    const QGraphicsScene* scene = controller ? controller->GetScene() : nullptr;
+    if (!scene)
+        return false;
+    // The document's canvas, or the pictures of a comparison.
+    const QList<QGraphicsItem*> items = scene->items();
+    return std::any_of(items.begin(), items.end(), [](const QGraphicsItem* item) {
+        const auto* canvas = dynamic_cast<const CanvasItem*>(item);
+        return canvas && canvas->isVisible() && canvas->HasPendingResize();
+    });
 }
 
 void MainWindow::OnSceneRectChanged()
@@ -400,6 +520,11 @@ void MainWindow::OnThrowEvent(const PhotoCore::ICoreEventHandler::ThrowEvent& ev
         if (auto statistics = helper_->GetStatisticsHandler())
             statistics->HandleStatisticsEvent(open->GetStatisticsEvent().name, open->GetStatisticsEvent().parameters);
     }
+    ReportOpenFailure(message);
+}
+
+void MainWindow::ReportOpenFailure(const QString& message)
+{
     statusBar()->showMessage(message.section('\n', 0, 0), 10000);
     Q_EMIT openFailed(message);
     if (!unattended_)
@@ -504,6 +629,7 @@ void MainWindow::Paste()
 
 void MainWindow::ApplyEdit(const Proc::SettingsBase& settings)
 {
+    Q_EMIT uiControlUsed();
     if (auto controller = controller_.lock())
         controller->GetLumindraDrawer()->ApplyEffect(Proc::EffectSettingsImpl::Create(settings));
     UpdateActions();
@@ -511,6 +637,7 @@ void MainWindow::ApplyEdit(const Proc::SettingsBase& settings)
 
 void MainWindow::PreviewEdit(const Proc::SettingsBase& settings)
 {
+    Q_EMIT uiControlUsed();
     if (auto controller = controller_.lock())
         controller->GetLumindraDrawer()->PreviewEffect(Proc::EffectSettingsImpl::Create(settings));
 }
@@ -520,6 +647,7 @@ void MainWindow::StartCrop()
     const auto controller = controller_.lock();
     if (!controller || !controller->GetScene() || crop_)
         return;
+    Q_EMIT uiControlUsed();
     const QRectF picture = controller->GetScene()->sceneRect();
     crop_ = std::make_unique<CropTool>(
         *view_, picture, [this](const QRectF& relative) { ApplyCrop(relative); },
@@ -553,7 +681,8 @@ void MainWindow::EndCrop()
 {
     if (!crop_)
         return;
-    view_->SetDrawingTool(nullptr);
+    if (view_->GetDrawingTool() == crop_.get())
+        view_->SetDrawingTool(nullptr);
     crop_.reset();
     statusBar()->clearMessage();
 }

@@ -15,12 +15,15 @@
 #include "LumindraWorkspace/UnfinishedSession.h"
 #include "photocore/ICoreEventHandler.h"
 #include "proc/EffectSettings.h"
+#include "sharedui/SpecialHotkeyHelper.h"
 
 class QAction;
 class QLabel;
 class QProgressBar;
+class QTimer;
 
 namespace Quelto::Lumindra {
+class CompareButton;
 class WorkspaceControllerHelper;
 class WorkspaceView;
 } // namespace Quelto::Lumindra
@@ -34,8 +37,9 @@ class RestoreOffer;
 
 // The editor window: hosts the workspace view, owns the workspace controller helper, and offers
 // opening (argument, dialog, drop, paste), stepping through the folder with preloading, zoom, hand
-// mode, edits with undo and redo, saving, and the open error, busy and progress feedback.
-// UI thread.
+// mode, edits with undo and redo, the before/after comparison (toolbar button, menu, and the
+// backslash key: tapped it toggles, held it shows the comparison until released), saving, and
+// the open error, busy and progress feedback. UI thread.
 //
 // The workspace runs in session mode: the open picture's session is autosaved and a session that
 // a crash left unfinished is offered for restoring at start. A picture left behind comes back as
@@ -60,21 +64,35 @@ public:
 
     // Opens a file through the helper (serialised with other open requests).
     void OpenFile(const QString& path);
+    // Opens the first of `paths`; stepping then goes through them in the order given (through
+    // the folder when there is only one).
+    void OpenFiles(const QStringList& paths);
+    // Shows why something could not be opened: status bar, openFailed, and a message box
+    // unless unattended.
+    void ReportOpenFailure(const QString& message);
+
+    // The key that toggles the comparison (held: shows it while held).
+    static constexpr int kCompareKey = Qt::Key_Backslash;
+    // A key held down repeats as releases each followed at once by a press, which X servers do
+    // not always mark as repeats: a release waits this long for such a press before it counts.
+    static constexpr int kKeyRepeatGapMs = 30;
     // Shows the offer to restore `session`; restoring replaces the open picture, discarding
-    // removes the session's folder. Unless the session comes back, `otherwiseOpen` (if any) is
-    // opened once the offer was answered or closed.
-    void OfferToRestore(const UnfinishedSession& session, const QString& otherwiseOpen);
+    // removes the session's folder. Unless the session comes back, `otherwiseOpen` is opened
+    // (OpenFiles) once the offer was answered or closed.
+    void OfferToRestore(const UnfinishedSession& session, const QStringList& otherwiseOpen);
     // The offer while it is shown; null otherwise.
     RestoreOffer* GetRestoreOffer() const { return restoreOffer_; }
     // The last notice shown to the person, with no modal box (session problems, core errors).
     QString GetLastNotice() const { return lastNotice_; }
 
     WorkspaceView* GetView() const { return view_; }
+    CompareButton* GetCompareButton() const { return compare_; }
     WorkspaceControllerHelper* GetHelper() const { return helper_; }
     std::shared_ptr<IWorkspaceController> GetController() const { return controller_.lock(); }
     // True once the open image's full-resolution frame is on the canvas.
     bool IsFullFrameShown() const;
-    // Whether the canvas is still making its copy at the on-screen size (it shows a stand-in).
+    // Whether a picture on screen (the canvas, or those of a comparison) is still making its copy
+    // at the on-screen size (it shows a stand-in).
     bool IsScaledCopyPending() const;
     // When set, no question is asked (screenshots, tests): unsaved edits are discarded as if the
     // person had agreed.
@@ -95,6 +113,10 @@ Q_SIGNALS:
     void imagePasted(const QPixmap& image);
     void openFailed(const QString& message);
     void fullFrameShown();
+    // To the workspace (objects connector): a hotkey went down (true) or up (false).
+    void hotkeyActivated(SpecialHotkeyHelper::HotkeyID id, bool pressed);
+    // To the workspace (objects connector): an editing control was used.
+    void uiControlUsed();
 
 public Q_SLOTS:
     void OnThrowEvent(const PhotoCore::ICoreEventHandler::ThrowEvent& event);
@@ -102,8 +124,11 @@ public Q_SLOTS:
     void OnScaleChanged(double percent);
     void OnNextFile();
     void OnPreviousFile();
+    void OnCompareError();
 
 protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
@@ -111,6 +136,8 @@ protected:
 private:
     void CreateActions();
     void RegisterWithConnector();
+    // The window's hotkeys, for keys that no widget used; true when `event` was one.
+    bool HandleHotkey(QKeyEvent* event, bool press);
     void Step(int direction);
     void OpenDialog();
     void SaveAsDialog();
@@ -130,6 +157,7 @@ private:
     WorkspaceControllerHelper* helper_ = nullptr;
     WorkspaceView* view_ = nullptr;
     AdjustPanel* adjust_ = nullptr;
+    CompareButton* compare_ = nullptr;
     CoreEventRelay* relay_ = nullptr;
     std::unique_ptr<CropTool> crop_;
     QRectF pendingCrop_; // a crop chosen on the preview, applied when the full frame arrives
@@ -145,6 +173,7 @@ private:
     QLabel* sizeLabel_ = nullptr;
     QLabel* zoomLabel_ = nullptr;
     QProgressBar* progress_ = nullptr;
+    QTimer* compareKeyRelease_ = nullptr; // running while a release of the compare key may be a repeat
 
     QAction* saveAs_ = nullptr;
     QAction* undo_ = nullptr;

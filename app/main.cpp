@@ -1,20 +1,31 @@
 // lumindra: the photo editor.
-//   lumindra [FILE]                                  open FILE (or the bundled sample), after offering
-//                                                    to restore a session a crash left unfinished
-//   lumindra --screenshot OUT.png [--size WxH] [FILE] write a picture of the window and quit
+//   lumindra [FILE|URL...]                            open the files (or the bundled sample), after
+//                                                     offering to restore a session a crash left
+//   lumindra --screenshot OUT.png [--size WxH] [EDITS] [--compare] [FILE]
+//                                                     write a picture of the window and quit;
+//                                                     EDITS (--rotate 90|180|270, --flip h|v,
+//                                                     --crop X,Y,W,H) apply first, in order, and
+//                                                     --compare shows the original beside them
 
 #include <cstdio>
 #include <optional>
+#include <utility>
 
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QFileInfo>
+#include <QLocale>
 #include <QTimer>
 
+#include "CommandLineFiles.h"
+#include "EditOptions.h"
+#include "IconTheme.h"
+#include "Installation.h"
 #include "LumindraWorkspace/UnfinishedSession.h"
 #include "MainWindow.h"
 #include "SampleImage.h"
 #include "ScreenshotRunner.h"
+#include "Translations.h"
 #include "util/Logging.h"
 #include "util/ScreenInfo.h"
 
@@ -50,22 +61,35 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("Lumindra"));
     QApplication::setApplicationName(QStringLiteral("Lumindra"));
+    // Ties the windows to the desktop entry (its icon and name in task bars).
+    QGuiApplication::setDesktopFileName(QStringLiteral("lumindra"));
     Q_INIT_RESOURCE(resources);
+    using namespace Quelto::Lumindra::App;
+    const Translations translations(QLocale::system(), Installation::GetTranslationsDirectory());
+    IconTheme::SetUp();
     // The workspace colour is themable: the module reads it from this rule.
     app.setStyleSheet(QStringLiteral(
         "Quelto--Lumindra--WorkspaceScenePropertyHelper { qproperty-sceneColor: \"#1a1a1a\"; }"));
 
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("Lumindra photo editor"));
+    parser.setApplicationDescription(QCoreApplication::translate("main", "Lumindra photo editor"));
     parser.addHelpOption();
-    QCommandLineOption screenshot(QStringLiteral("screenshot"),
-                                  QStringLiteral("Write a picture of the window to <file> once the photo is shown, then quit."),
-                                  QStringLiteral("file"));
-    QCommandLineOption size(QStringLiteral("size"), QStringLiteral("Window size, WIDTHxHEIGHT."), QStringLiteral("size"),
-                            QStringLiteral("1280x800"));
+    QCommandLineOption screenshot(
+        QStringLiteral("screenshot"),
+        QCoreApplication::translate("main", "Write a picture of the window to <file> once the photo is shown, then quit."),
+        QStringLiteral("file"));
+    QCommandLineOption size(QStringLiteral("size"), QCoreApplication::translate("main", "Window size, WIDTHxHEIGHT."),
+                            QStringLiteral("size"), QStringLiteral("1280x800"));
+    QCommandLineOption compare(
+        QStringLiteral("compare"),
+        QCoreApplication::translate("main", "With --screenshot: show the original beside the edited picture."));
     parser.addOption(screenshot);
     parser.addOption(size);
-    parser.addPositionalArgument(QStringLiteral("file"), QStringLiteral("The picture to open."));
+    parser.addOption(compare);
+    EditOptions::AddTo(parser);
+    parser.addPositionalArgument(QStringLiteral("files"),
+                                 QCoreApplication::translate("main", "The pictures to open: files or file:// URLs."),
+                                 QStringLiteral("[files...]"));
     parser.process(app);
 
     QSize windowSize;
@@ -75,28 +99,50 @@ int main(int argc, char** argv)
         return 1;
     }
 
-    QString file = parser.positionalArguments().value(0);
-    if (file.isEmpty())
-        file = Quelto::Lumindra::App::ExtractSampleImage();
+    ScreenshotOptions shotOptions;
+    QString editError;
+    if (!EditOptions::Read(parser, shotOptions.edits, editError)) {
+        std::fprintf(stderr, "%s\n", editError.toLocal8Bit().constData());
+        return 1;
+    }
+    shotOptions.compare = parser.isSet(compare);
+    if ((shotOptions.compare || !shotOptions.edits.empty()) && !parser.isSet(screenshot)) {
+        std::fprintf(stderr, "--compare, --rotate, --flip and --crop go with --screenshot\n");
+        return 1;
+    }
 
-    Quelto::Lumindra::App::MainWindow window;
+    const CommandLineFiles::Result arguments = CommandLineFiles::Parse(parser.positionalArguments());
+    QStringList files = arguments.files;
+    if (files.isEmpty() && arguments.problems.isEmpty()) {
+        const QString sample = ExtractSampleImage();
+        if (!sample.isEmpty())
+            files.push_back(sample);
+    }
+
+    MainWindow window;
     Quelto::Lumindra::SpontaneousDialog::SetMainWindow(&window);
     window.resize(windowSize);
     if (parser.isSet(screenshot)) {
         window.SetUnattended(true);
-        auto* runner = new Quelto::Lumindra::App::ScreenshotRunner(window, parser.value(screenshot));
+        auto* runner = new ScreenshotRunner(window, parser.value(screenshot), std::move(shotOptions));
         runner->Start();
     }
     window.show();
-    // A screenshot shows the file it is given; a person's start first offers what a crash left.
-    const auto unfinished = parser.isSet(screenshot) ? std::nullopt : Quelto::Lumindra::UnfinishedSession::Find();
-    if (unfinished)
-        window.OfferToRestore(*unfinished, file);
-    else if (!file.isEmpty())
-        QTimer::singleShot(0, &window, [&window, file] { window.OpenFile(file); });
-    else if (parser.isSet(screenshot)) {
+    if (files.isEmpty() && arguments.problems.isEmpty() && parser.isSet(screenshot)) {
         std::fprintf(stderr, "No picture to open\n");
         return 2;
     }
+    // A screenshot shows the files it is given; a person's start first offers what a crash left.
+    const auto unfinished =
+        parser.isSet(screenshot) ? std::nullopt : Quelto::Lumindra::UnfinishedSession::Find();
+    // After the event loop has started: both may show dialogs or end a screenshot run.
+    QTimer::singleShot(0, &window, [&window, files, problems = arguments.problems, unfinished] {
+        if (!problems.isEmpty())
+            window.ReportOpenFailure(problems.join(QLatin1Char('\n')));
+        if (unfinished)
+            window.OfferToRestore(*unfinished, files);
+        else
+            window.OpenFiles(files);
+    });
     return app.exec();
 }

@@ -6,6 +6,8 @@ set -euo pipefail
 PACKAGES=(
   build-essential cmake pkg-config
   qtbase5-dev qtbase5-dev-tools libqt5opengl5-dev qt5-image-formats-plugins qttools5-dev-tools
+  qttranslations5-l10n libqt5svg5
+  adwaita-icon-theme hicolor-icon-theme desktop-file-utils
   libvips-dev libvips-tools
   libjpeg62-turbo-dev
   libexiv2-dev

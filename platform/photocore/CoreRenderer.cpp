@@ -1,6 +1,8 @@
 #include "photocore/CoreRenderer.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cmath>
 
 #include <QFileInfo>
 
@@ -77,8 +79,27 @@ void CoreRenderer::RunLoad(std::uint64_t jobId)
         }
         if (progress)
             progress->End();
-    } else if (!display) {
-        display = FrameOps::ToDisplay(working);
+    } else {
+        const Conf::FrameInfo& info = working->GetFrameInfo();
+        const std::uint64_t pixels = std::uint64_t(info.width) * std::uint64_t(info.height);
+        if (pixelLimit_ > 0 && pixels > pixelLimit_) {
+            // A picture taken over without a file (pasted, dropped) is reduced here, not on
+            // the thread that handed it over.
+            const double scale = std::sqrt(double(pixelLimit_) / double(pixels));
+            Conf::FrameInfo target = info;
+            target.width = std::max(1, int(info.width * scale));
+            target.height = std::max(1, int(info.height * scale));
+            try {
+                working = FrameOps::Resize(*working, target);
+            } catch (const std::exception& e) {
+                FinishLoadFailed(jobId, name, "Cannot open \"" + name + "\": " + e.what());
+                return;
+            }
+            scaled = true;
+            display.reset();
+        }
+        if (!display)
+            display = FrameOps::ToDisplay(working);
     }
     frames_.SetFull(working, display, scaled, MinAlphaOf(working, {}));
     host_.OnFullFrame(working->GetFrameInfo());
@@ -158,7 +179,7 @@ void CoreRenderer::RunRender(const Target& target, std::uint64_t jobId)
     }
     const DataVideoPtr display = FrameOps::ToDisplay(working);
     frames_.SetCurrent(working, display, target.steps, MinAlphaOf(working, target.steps));
-    host_.OnRendered(working->GetFrameInfo());
+    host_.OnRendered(working->GetFrameInfo(), target.steps);
     const double elapsedMs = CountRender(MillisecondsSince(start));
     ICoreEventHandler::CoreEventStateChanged changed = host_.GetHistoryCounts();
     VLOG(30) << "Rendered \"" << target.name << "\" (" << target.steps.size() << " steps) in " << elapsedMs << " ms";

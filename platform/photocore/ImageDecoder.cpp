@@ -6,6 +6,8 @@
 #include <cstring>
 #include <map>
 
+#include <QCoreApplication>
+
 #include <glog/logging.h>
 
 #include "core/Exception.h"
@@ -236,12 +238,16 @@ ImageHeader ImageDecoder::ReadHeader(const std::string& utf8Path)
     const char* loader = vips_foreign_find_load(utf8Path.c_str());
     if (!loader) {
         vips_error_clear();
-        throw Core::Exception("the file is not an image this application can read, or it is damaged");
+        throw Core::Exception(QCoreApplication::translate(
+                                  "PhotoCore", "the file is not an image this application can read, or it is damaged")
+                                  .toStdString());
     }
     header.loader = loader;
     header.codec = CodecOfLoader(header.loader);
     if (header.codec.empty())
-        throw Core::Exception("images of this kind (" + header.loader + ") are not supported");
+        throw Core::Exception(QCoreApplication::translate("PhotoCore", "images of this kind (%1) are not supported")
+                                  .arg(QString::fromStdString(header.loader))
+                                  .toStdString());
     try {
         // Sequential access also keeps the header out of libvips' operation cache, which would
         // answer for a file rewritten since with what it held before.
@@ -251,7 +257,7 @@ ImageHeader ImageDecoder::ReadHeader(const std::string& utf8Path)
         header.width = image.width();
         header.height = image.height();
         if (header.width <= 0 || header.height <= 0)
-            throw Core::Exception("the image has no pixels");
+            throw Core::Exception(QCoreApplication::translate("PhotoCore", "the image has no pixels").toStdString());
         header.orientation = std::clamp(vips_image_get_orientation(image.get_image()), 1, 8);
         header.hasAlpha = image.has_alpha();
         header.sixteenBit = IsDeep(image);

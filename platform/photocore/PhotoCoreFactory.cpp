@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cmath>
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
@@ -15,7 +16,6 @@
 #include "photocore/CoreEngine.h"
 #include "photocore/CoreSessionState.h"
 #include "photocore/EditingCore.h"
-#include "photocore/FrameOps.h"
 #include "photocore/ImageDecoder.h"
 #include "photoutil/FormatHelper.h"
 #include "photoutil/ImageUtils.h"
@@ -40,9 +40,17 @@ std::string ToUtf8(const QString& s)
     return s.toUtf8().toStdString();
 }
 
+// The reasons a person reads when a picture cannot be opened are translatable.
+std::string Tr(const char* text)
+{
+    return QCoreApplication::translate("PhotoCore", text).toStdString();
+}
+
 PhotoCoreException OpenError(const std::string& path, const std::string& reason)
 {
-    return PhotoCoreException("Cannot open \"" + path + "\": " + reason);
+    return PhotoCoreException(QCoreApplication::translate("PhotoCore", "Cannot open “%1”: %2")
+                                  .arg(FromUtf8(path), FromUtf8(reason))
+                                  .toStdString());
 }
 
 std::string NewSessionId()
@@ -54,21 +62,22 @@ std::string NewSessionId()
 QFileInfo CheckFile(const std::string& path)
 {
     if (path.empty())
-        throw PhotoCoreException("Cannot open an image: no file name was given");
+        throw PhotoCoreException(Tr(QT_TRANSLATE_NOOP("PhotoCore", "Cannot open an image: no file name was given")));
     const QFileInfo info(FromUtf8(path));
     if (!info.exists())
-        throw OpenError(path, "the file does not exist");
+        throw OpenError(path, Tr(QT_TRANSLATE_NOOP("PhotoCore", "the file does not exist")));
     if (info.isDir())
-        throw OpenError(path, "it is a folder, not an image file");
+        throw OpenError(path, Tr(QT_TRANSLATE_NOOP("PhotoCore", "it is a folder, not an image file")));
     if (!info.isReadable())
-        throw OpenError(path, "the file cannot be read (no permission)");
+        throw OpenError(path, Tr(QT_TRANSLATE_NOOP("PhotoCore", "the file cannot be read (no permission)")));
     if (info.size() == 0)
-        throw OpenError(path, "the file is empty");
+        throw OpenError(path, Tr(QT_TRANSLATE_NOOP("PhotoCore", "the file is empty")));
     const std::string extension = ToUtf8(info.suffix().toLower());
     if (extension.empty())
-        throw OpenError(path, "the file name has no extension, so its type is unknown");
+        throw OpenError(path, Tr(QT_TRANSLATE_NOOP("PhotoCore", "the file name has no extension, so its type is unknown")));
     if (!PhotoUtil::FormatHelper::GetFormatDescriptionForExtension(extension, false).second.readable)
-        throw OpenError(path, "files of type \"." + extension + "\" are not supported");
+        throw OpenError(path, ToUtf8(QCoreApplication::translate("PhotoCore", "files of type “.%1” are not supported")
+                                         .arg(FromUtf8(extension))));
     return info;
 }
 
@@ -162,17 +171,10 @@ EditingCorePtr CreateFromFile(const ioPath& path, const std::string& key, const 
 EditingCorePtr CreateFromFrame(Proc::DataVideoPtr frame, bool hasAlpha, double dpi, ImageSource imageSource,
                                const CoreCreateOptions& options, const std::string& sessionId)
 {
+    // A picture above the pixel limit is reduced by the load job, on the core's thread.
     ImageDecoder::Result first;
     first.full = true;
     const Conf::FrameInfo info = frame->GetFrameInfo();
-    if (options.pixelLimit > 0 && std::uint64_t(info.width) * std::uint64_t(info.height) > options.pixelLimit) {
-        const double scale = std::sqrt(double(options.pixelLimit) / (double(info.width) * double(info.height)));
-        Conf::FrameInfo target = info;
-        target.width = std::max(1, int(info.width * scale));
-        target.height = std::max(1, int(info.height * scale));
-        frame = FrameOps::Resize(*frame, target);
-        first.scaledForMemory = true;
-    }
     first.frame = frame;
 
     CoreSource source;

@@ -1,7 +1,5 @@
 #include <set>
 
-#include <QFile>
-
 #include <gtest/gtest.h>
 
 #include "FolderNavigator.h"
@@ -24,11 +22,7 @@ protected:
         Touch(QStringLiteral("notes.txt"));
         Touch(QStringLiteral("raw.xyz"));
     }
-    void Touch(const QString& name) const
-    {
-        QFile f(sandbox.FilePath(name));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    }
+    void Touch(const QString& name) const { sandbox.Touch(name); }
     std::string Utf8(const QString& name) const { return sandbox.FilePathUtf8(name); }
     QString Path(int i) const { return sandbox.FilePath(QStringLiteral("p%1.jpg").arg(i)); }
 
@@ -90,6 +84,33 @@ TEST_F(FolderNavigatorTest, AFileOfAnUnknownKindIsStillItsOwnPlace)
     nav.SetCurrentFile(sandbox.FilePath(QStringLiteral("raw.xyz")));
     EXPECT_GE(nav.GetCurrentIndex(), 0);
     EXPECT_EQ(nav.GetFiles().size(), 11);
+}
+
+TEST_F(FolderNavigatorTest, FilesChosenTogetherAreSteppedInTheirOwnOrderUntilAnotherFileOpens)
+{
+    const QStringList chosen {Path(7), Path(2), Path(9)};
+    struct Step { QString open; QStringList files; int index; };
+    nav.SetChosenFiles(chosen);
+    for (const Step& s : {Step {Path(7), chosen, 0}, Step {Path(9), chosen, 2},
+                          // Leaving the choice returns to the folder, for good.
+                          Step {Path(4), {}, 3}, Step {Path(2), {}, 1}}) {
+        SCOPED_TRACE(s.open.toStdString());
+        nav.SetCurrentFile(s.open);
+        EXPECT_EQ(nav.GetCurrentIndex(), s.index);
+        if (!s.files.isEmpty())
+            EXPECT_EQ(nav.GetFiles(), s.files);
+        else
+            EXPECT_EQ(nav.GetFiles().size(), 10);
+    }
+    nav.SetChosenFiles(chosen);
+    nav.SetCurrentFile(Path(2));
+    EXPECT_EQ(nav.GetNeighbour(+1), Path(9));
+    EXPECT_EQ(nav.GetNeighbour(-1), Path(7));
+    EXPECT_TRUE(nav.GetNeighbour(+2).isEmpty());
+
+    nav.SetChosenFiles({Path(7)}); // one file: its folder
+    nav.SetCurrentFile(Path(7));
+    EXPECT_EQ(nav.GetFiles().size(), 10);
 }
 
 } // namespace

@@ -5,9 +5,12 @@
 #include <QFileInfo>
 #include <QImage>
 #include <QProcess>
+#include <QUrl>
+#include <QTransform>
 
 #include <gtest/gtest.h>
 
+#include "support/CompareScreen.h"
 #include "support/TestSupport.h"
 
 namespace Quelto::Lumindra {
@@ -24,7 +27,8 @@ struct Shot {
     QImage image;
 };
 
-Shot RunScreenshot(const Support::Sandbox& sandbox, const QString& file, const QString& name)
+Shot RunScreenshot(const Support::Sandbox& sandbox, const QStringList& files, const QString& name,
+                  const QStringList& extra = {})
 {
     Shot shot;
     const QString out = sandbox.FilePath(name);
@@ -35,8 +39,7 @@ Shot RunScreenshot(const Support::Sandbox& sandbox, const QString& file, const Q
     env.insert(QStringLiteral("HOME"), sandbox.Path()); // settings and caches stay in the sandbox
     process.setProcessEnvironment(env);
     QStringList args {QStringLiteral("--screenshot"), out, QStringLiteral("--size"), QStringLiteral("1000x700")};
-    if (!file.isEmpty())
-        args << file;
+    args << extra << files;
     process.start(QStringLiteral(LUMINDRA_BINARY_DIR "/bin/lumindra"), args);
     if (!process.waitForFinished(180000)) {
         process.kill();
@@ -106,7 +109,7 @@ TEST(Screenshot, ShowsTheWholePhotoFittedWithTheWorkspaceColourAround)
 {
     Support::Sandbox sandbox;
     const QString photo = Support::TestDataPath(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg"));
-    const Shot shot = RunScreenshot(sandbox, photo, QStringLiteral("shot.png"));
+    const Shot shot = RunScreenshot(sandbox, {photo}, QStringLiteral("shot.png"));
     ASSERT_EQ(shot.exitCode, 0) << shot.errors.toStdString();
     ASSERT_EQ(shot.image.size(), QSize(1000, 700));
 
@@ -134,7 +137,7 @@ TEST(Screenshot, OrientationSamplesAreShownUpright)
     for (const char* sample : {"landscape_6.jpg", "landscape_3.jpg"}) {
         SCOPED_TRACE(sample);
         const QString file = Support::TestDataPath(QStringLiteral("exif-samples/jpg/orientation/") + sample);
-        const Shot shot = RunScreenshot(sandbox, file, QString::fromLatin1(sample) + ".png");
+        const Shot shot = RunScreenshot(sandbox, {file}, QString::fromLatin1(sample) + ".png");
         ASSERT_EQ(shot.exitCode, 0) << shot.errors.toStdString();
         const Layout layout = FindLayout(shot.image);
         ASSERT_FALSE(layout.picture.isEmpty());
@@ -156,27 +159,105 @@ TEST(Screenshot, AFileThatCannotBeOpenedExitsWithAMessage)
     ASSERT_TRUE(cut.open(QIODevice::WriteOnly));
     cut.write(source.read(source.size() / 3));
     cut.close();
-    const Shot shot = RunScreenshot(sandbox, broken, QStringLiteral("broken.png"));
+    const Shot shot = RunScreenshot(sandbox, {broken}, QStringLiteral("broken.png"));
     EXPECT_NE(shot.exitCode, 0);
     EXPECT_FALSE(shot.errors.trimmed().isEmpty());
     EXPECT_FALSE(QFileInfo::exists(sandbox.FilePath(QStringLiteral("broken.png"))));
 
-    const Shot missing = RunScreenshot(sandbox, sandbox.FilePath(QStringLiteral("nothing-here.jpg")),
+    const Shot missing = RunScreenshot(sandbox, {sandbox.FilePath(QStringLiteral("nothing-here.jpg"))},
                                        QStringLiteral("missing.png"));
     EXPECT_NE(missing.exitCode, 0);
     EXPECT_TRUE(missing.errors.contains(QStringLiteral("nothing-here.jpg")));
 }
 
+TEST(Screenshot, FilesArriveAsADesktopEntryPassesThem)
+{
+    // "Open with" hands over percent-encoded file:// URLs, several at once; the first is shown.
+    Support::Sandbox sandbox;
+    const QString photo = sandbox.CopyTestData(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg"),
+                                               QStringLiteral("mein foto.jpg"));
+    const QString other = sandbox.CopyTestData(QStringLiteral("exif-samples/jpg/orientation/landscape_1.jpg"));
+    const QString remote = QStringLiteral("https://example.org/photo.jpg");
+    struct Case { const char* what; QStringList arguments; int exitCode; };
+    for (const Case& c : {Case {"file URLs", {QUrl::fromLocalFile(photo).toString(QUrl::FullyEncoded),
+                                              QUrl::fromLocalFile(other).toString(QUrl::FullyEncoded)}, 0},
+                          Case {"a remote URL", {remote}, 2}}) {
+        SCOPED_TRACE(c.what);
+        const Shot shot = RunScreenshot(sandbox, c.arguments, QStringLiteral("urls.png"));
+        ASSERT_EQ(shot.exitCode, c.exitCode) << shot.errors.toStdString();
+        if (c.exitCode != 0) {
+            EXPECT_TRUE(shot.errors.contains(remote)) << shot.errors.toStdString();
+            continue;
+        }
+        const Layout layout = FindLayout(shot.image);
+        ASSERT_FALSE(layout.picture.isEmpty());
+        EXPECT_GT(PictureMatch(shot.image, layout.picture, QImage(photo)), 24.0);
+    }
+}
+
 TEST(Screenshot, WithoutAFileTheBundledSampleIsShown)
 {
     Support::Sandbox sandbox;
-    const Shot shot = RunScreenshot(sandbox, QString(), QStringLiteral("sample.png"));
+    const Shot shot = RunScreenshot(sandbox, {}, QStringLiteral("sample.png"));
     ASSERT_EQ(shot.exitCode, 0) << shot.errors.toStdString();
     const Layout layout = FindLayout(shot.image);
     ASSERT_FALSE(layout.picture.isEmpty());
     EXPECT_GT(PictureMatch(shot.image, layout.picture,
                            QImage(Support::TestDataPath(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg")))),
               24.0);
+}
+
+TEST(Screenshot, CompareShowsTheOriginalUprightBesideThePhotoEditedOnTheCommandLine)
+{
+    Support::Sandbox sandbox;
+    const QString photo = Support::TestDataPath(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg")); // 640x480
+    const Shot shot = RunScreenshot(sandbox, {photo}, QStringLiteral("compare.png"),
+                                    {"--compare", "--crop", "100,50,300,400", "--rotate", "90"});
+    ASSERT_EQ(shot.exitCode, 0) << shot.errors.toStdString();
+    const Layout layout = FindLayout(shot.image);
+    ASSERT_FALSE(layout.workspace.isEmpty());
+    const QImage workspace = shot.image.copy(layout.workspace).convertToFormat(QImage::Format_RGB32);
+    const Support::ComparisonOnScreen seen = Support::ReadComparison(workspace);
+    ASSERT_FALSE(seen.original.isEmpty() || seen.edited.isEmpty()) << "two pictures side by side";
+    EXPECT_GT(seen.separator, seen.original.right());
+    EXPECT_LT(seen.separator, seen.edited.left());
+
+    const QTransform quarter = QTransform().rotate(90);
+    const QImage original = QImage(photo).transformed(quarter);
+    const QImage edited = QImage(photo).copy(100, 50, 300, 400).transformed(quarter);
+    auto inner = [](const QRect& r) { return r.adjusted(1, 1, -1, -1); };
+    EXPECT_GT(PictureMatch(workspace, inner(seen.original), original), 21.0) << "the whole original, turned";
+    EXPECT_GT(PictureMatch(workspace, inner(seen.edited), edited), 21.0) << "the cropped and turned photo";
+    EXPECT_LT(PictureMatch(workspace, inner(seen.original), QImage(photo).transformed(QTransform().rotate(270))), 15.0)
+        << "turned the other way it does not match: the comparison can tell";
+    EXPECT_LT(PictureMatch(workspace, inner(seen.edited), QImage(photo).copy(100, 50, 300, 400)), 15.0);
+    EXPECT_NEAR(double(seen.original.width()) / seen.original.height(), 480.0 / 640.0, 0.03);
+    EXPECT_NEAR(double(seen.edited.width()) / seen.edited.height(), 400.0 / 300.0, 0.03);
+}
+
+TEST(Screenshot, AnEditThatCannotBeMadeExitsWithAMessageAndWritesNothing)
+{
+    Support::Sandbox sandbox;
+    const QString photo = Support::TestDataPath(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg"));
+    const struct {
+        QStringList words;
+        int exitCode;
+        const char* message;
+    } rows[] = {
+        {{"--rotate", "45"}, 1, "expected 90, 180 or 270"},
+        {{"--compare", "--flip", "sideways"}, 1, "expected h or v"},
+        {{"--compare", "--crop", "5000,0,10,10"}, 3, "outside the picture"},
+        {{"--rotate", "90", "--crop", "600,0,10,10"}, 3, "outside the picture"}, // inside only before the turn
+    };
+    int index = 0;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.words.join(' ').toStdString());
+        const QString name = QStringLiteral("refused-%1.png").arg(index++);
+        const Shot shot = RunScreenshot(sandbox, {photo}, name, row.words);
+        EXPECT_EQ(shot.exitCode, row.exitCode) << shot.errors.toStdString();
+        EXPECT_TRUE(shot.errors.contains(QLatin1String(row.message))) << shot.errors.toStdString();
+        EXPECT_FALSE(QFileInfo::exists(sandbox.FilePath(name)));
+    }
 }
 
 } // namespace

@@ -87,7 +87,7 @@ TEST_F(SessionScenarios, TheOfferShowsThePreviewAndTheKeysRestoreDiscardOrPostpo
         EditorHarness editor({1200, 800});
         const auto session = UnfinishedSession::Find();
         ASSERT_TRUE(session);
-        editor.Window().OfferToRestore(*session, other);
+        editor.Window().OfferToRestore(*session, {other});
         App::RestoreOffer* offer = editor.Window().GetRestoreOffer();
         ASSERT_TRUE(offer);
         ASSERT_TRUE(QTest::qWaitForWindowExposed(offer));

@@ -46,6 +46,13 @@ QString Sandbox::CopyTestData(const QString& relative, const QString& newName) c
     return target;
 }
 
+QString Sandbox::Touch(const QString& name) const
+{
+    QFile file(FilePath(name));
+    EXPECT_TRUE(file.open(QIODevice::Append)) << file.fileName().toStdString();
+    return file.fileName();
+}
+
 double Psnr(const QImage& a, const QImage& b)
 {
     if (a.size() != b.size() || a.isNull())

@@ -33,6 +33,8 @@ public:
     std::string FilePathUtf8(const QString& name) const { return FilePath(name).toStdString(); }
     // Copies a test-data file into the sandbox and returns the copy's path.
     QString CopyTestData(const QString& relative, const QString& newName = QString()) const;
+    // Creates an empty file (an existing one is left as it is) and returns its path.
+    QString Touch(const QString& name) const;
 
 private:
     QTemporaryDir dir_;

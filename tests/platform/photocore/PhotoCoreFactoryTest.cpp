@@ -198,13 +198,19 @@ TEST(PhotoCoreFactory, SixteenBitPngStaysSixteenBitAndDisplaysAsBgra)
 TEST(PhotoCoreFactory, ReducesImagesAboveThePixelLimitAndSaysSo)
 {
     T::Sandbox sandbox;
-    for (const char* name : {"big.jpg", "big.png"}) {
+    const QImage picture = T::MakeTestImage(2400, 1600);
+    // A pasted picture has no file: the pasted one is reduced by the core's load job.
+    for (const char* name : {"big.jpg", "big.png", "pasted"}) {
         SCOPED_TRACE(name);
+        const bool pasted = std::string(name) == "pasted";
         const QString path = sandbox.FilePath(name);
-        ASSERT_TRUE(T::MakeTestImage(2400, 1600).save(path));
+        ASSERT_TRUE(pasted || picture.save(path));
+        const auto make = [&](const CoreCreateOptions& options) {
+            return pasted ? PhotoCoreFactory::Create(picture, ImageSourcePaste, options) : Open(path, options);
+        };
         CoreCreateOptions options;
         options.pixelLimit = 1'000'000;
-        PhotoCorePtr core = Open(path, options);
+        PhotoCorePtr core = make(options);
         ASSERT_TRUE(core->WaitForIdle(T::kDefaultWaitMs));
         EXPECT_TRUE(core->GetProcessing().IsScaledForMemory());
         const Conf::FrameInfo info = core->GetVideo()->GetFrameInfo();
@@ -213,7 +219,7 @@ TEST(PhotoCoreFactory, ReducesImagesAboveThePixelLimitAndSaysSo)
         EXPECT_EQ(core->GetProcessing().GetSourceFrameInfo().width, 2400);
 
         options.pixelLimit = 4'000'000;
-        PhotoCorePtr roomy = Open(path, options);
+        PhotoCorePtr roomy = make(options);
         ASSERT_TRUE(roomy->WaitForIdle(T::kDefaultWaitMs));
         EXPECT_FALSE(roomy->GetProcessing().IsScaledForMemory());
     }
