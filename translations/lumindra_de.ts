@@ -228,6 +228,41 @@
         <source>The comparison cannot be shown: the original picture is not available</source>
         <translation>Der Vergleich kann nicht gezeigt werden: Das Originalbild ist nicht verfügbar</translation>
     </message>
+    <message>
+        <source>The edits of “%1” could not be restored; the picture is shown as its file holds it.</source>
+        <translation>Die Änderungen an „%1“ konnten nicht wiederhergestellt werden; das Bild wird gezeigt, wie seine Datei es enthält.</translation>
+    </message>
+</context>
+<context>
+    <name>Quelto::Lumindra::App::RestoreOffer</name>
+    <message>
+        <source>Restore Session – %1</source>
+        <translation>Sitzung wiederherstellen – %1</translation>
+    </message>
+    <message>
+        <source>No preview</source>
+        <translation>Keine Vorschau</translation>
+    </message>
+    <message>
+        <source>%1 did not close properly the last time.
+
+“%2”, autosaved on %3, has edits that were not saved to its file.
+
+Restore it with its edits and their history?</source>
+        <translation>%1 wurde beim letzten Mal nicht ordnungsgemäß beendet.
+
+„%2“, automatisch gesichert am %3, hat Änderungen, die nicht in seiner Datei gespeichert sind.
+
+Mit den Änderungen und ihrem Verlauf wiederherstellen?</translation>
+    </message>
+    <message>
+        <source>&amp;Restore</source>
+        <translation>&amp;Wiederherstellen</translation>
+    </message>
+    <message>
+        <source>&amp;Discard</source>
+        <translation>&amp;Verwerfen</translation>
+    </message>
 </context>
 <context>
     <name>main</name>

@@ -99,6 +99,10 @@
         <source>Continue</source>
         <translation>Fortfahren</translation>
     </message>
+    <message>
+        <source>Autosave failed: %1. Recent edits would be lost if the editor stopped unexpectedly.</source>
+        <translation>Automatisches Sichern fehlgeschlagen: %1. Die letzten Änderungen gingen verloren, wenn der Editor unerwartet beendet würde.</translation>
+    </message>
 </context>
 <context>
     <name>Quelto::Lumindra::WorkspaceControllerHelper</name>
@@ -116,6 +120,10 @@
     <message>
         <source>Due to memory limitation image was resized for processing</source>
         <translation>Wegen begrenzten Arbeitsspeichers wurde das Bild für die Bearbeitung verkleinert</translation>
+    </message>
+    <message>
+        <source>The edits of “%1” could not be written to the temporary folder. They are kept in memory, but would be lost if the editor stopped unexpectedly.</source>
+        <translation>Die Änderungen an „%1“ konnten nicht in den temporären Ordner geschrieben werden. Sie bleiben im Speicher, gingen aber verloren, wenn der Editor unerwartet beendet würde.</translation>
     </message>
 </context>
 </TS>
