@@ -67,6 +67,7 @@ bool CoreCache::EraseEntry(const std::string& name, const PhotoCore::IPhotoCore*
         return false;
     erased = std::move(it->second);
     entries_.erase(it);
+    unwritten_.erase(name);
     ForgetRemembered(name);
     return true;
 }
@@ -99,15 +100,19 @@ std::uint64_t CoreCache::CleanupCache(std::uint64_t extraSize, const std::vector
                 ++it;
                 continue;
             }
-            dropped.push_back(std::move(it->second));
+            if (unwritten_.count(it->first)) { // its edits live only here: try the write-out again
+                store_.BeginWriteOut(it->first);
+                leaving.push_back({it->first, std::move(it->second)});
+            } else {
+                dropped.push_back(std::move(it->second));
+            }
             it = entries_.erase(it);
         }
-        if (entries_.empty())
-            return 0;
-
+        // With no entry left the total is 0, extra size included, and nothing is evicted; the
+        // leaving cores are still written out below.
         // A core grows after it was cached (the full frame of a foreground open, its levels,
         // edits): count what it holds now.
-        total = extraSize;
+        total = entries_.empty() ? 0 : extraSize;
         {
             std::lock_guard<std::mutex> sizes(sizesMutex_);
             for (const auto& entry : entries_) {
@@ -157,10 +162,17 @@ void CoreCache::WriteOut(const std::vector<SessionStore::Leaving>& leaving, Sess
         // Its edits exist nowhere else now: better over the bound than lost.
         std::lock_guard<std::mutex> lock(entriesMutex_);
         auto inserted = entries_.emplace(core.name, core.core);
+        if (inserted.second)
+            unwritten_.insert(core.name);
         LOG(WARNING) << core.name
                      << (inserted.second ? " stays in memory: it could not be written out"
                                          : " could not be written out; a newer core of it is cached");
     });
+    if (!outcome.written.empty()) {
+        std::lock_guard<std::mutex> lock(entriesMutex_);
+        for (const std::string& name : outcome.written)
+            unwritten_.erase(name);
+    }
     if (!writeOutListener_)
         return;
     for (const std::string& name : outcome.written)

@@ -24,7 +24,8 @@ namespace Quelto::Lumindra {
 // In session mode an evicted core that holds edits is written out through the session store,
 // which keeps the list of dumped names across runs; a later open of the file (or a later run)
 // rebuilds the core with its edits. A core whose write-out fails (evicted or pushed) stays in
-// the cache, so that its edits live on in memory, and the write-out listener hears of it.
+// the cache, so that its edits live on in memory, and the write-out listener hears of it; a
+// clean-up that no longer wants it tries the write-out again instead of dropping it.
 //
 // While a file is being opened its name is pinned besides the current one: neither is dropped,
 // evicted nor counted, so that a clean-up on the worker during the open keeps both the open
@@ -123,7 +124,9 @@ private:
     const bool sessionMode_;
     SessionStore store_;
     std::map<std::string, PhotoCore::PhotoCorePtr> entries_;
-    // Guards entries_, currentName_, openingName_, acceptAll_, poppedName_ and controllerStack_.
+    std::set<std::string> unwritten_; // entries kept because their write-out failed
+    // Guards entries_, unwritten_, currentName_, openingName_, acceptAll_, poppedName_ and
+    // controllerStack_.
     mutable std::mutex entriesMutex_;
     std::set<std::string> knownNames_;
     mutable std::mutex namesMutex_; // guards knownNames_

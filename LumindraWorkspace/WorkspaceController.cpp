@@ -489,16 +489,14 @@ void WorkspaceController::OnSessionTimer(bool& checkTempFolder)
 {
     if (!IsShowLastSession()) {
         VLOG(30) << "Saving session skipped by timer: turned off";
+    } else if (sessionJob_ != 0) {
+        VLOG(30) << "Saving session skipped by timer: the last one is under way";
+    } else if (revision_.load() == savedRevision_) {
+        VLOG(30) << "Saving session skipped by timer: nothing changed";
     } else {
-        if (sessionJob_ != 0) {
-            VLOG(30) << "Saving session skipped by timer: the last one is under way";
-        } else if (revision_.load() == savedRevision_) {
-            VLOG(30) << "Saving session skipped by timer: nothing changed";
-        } else {
-            VLOG(30) << "Saving session started by timer";
-            SaveSession();
-            VLOG(30) << "Saving session started by timer done";
-        }
+        VLOG(30) << "Saving session started by timer";
+        SaveSession();
+        VLOG(30) << "Saving session started by timer done";
     }
     if (!checkTempFolder)
         return;

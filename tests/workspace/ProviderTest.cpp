@@ -545,6 +545,8 @@ TEST_F(ProviderTest, FailedWriteOutsKeepTheCoreInMemoryAndAreToldOncePerRunOfFai
     blocker.close();
     Q_EMIT host.push();
     EXPECT_EQ(provider.GetCache().Find(Name(a)), open);
+    provider.GetCache().CleanupCache(0, {}); // not wanted: written out again, not dropped
+    EXPECT_EQ(provider.GetCache().Find(Name(a)), open);
     Q_EMIT host.pop();
     PhotoCorePtr reopened = Open(provider, a);
     EXPECT_EQ(reopened, open);

@@ -295,9 +295,10 @@ TEST_F(WorkspaceControllerTest, AutosaveRunsOnlyWhenTurnedOnAndThePictureChanged
     }
 }
 
-// A session write-out that fails is published to the handlers once; after one has succeeded, the
-// next failure is published again. The timer retries without a new change.
-TEST_F(WorkspaceControllerTest, FailedAutosaveIsPublishedOncePerRunOfFailures)
+// Session problems reach the handlers as errors, each once: an unusable temporary folder for the
+// controller's life, a failing session write-out until one succeeds again (the timer retries it
+// without a new change).
+TEST_F(WorkspaceControllerTest, SessionProblemsArePublishedOnce)
 {
     ShortenAutosave();
     ShowLastSession(true);
@@ -306,52 +307,44 @@ TEST_F(WorkspaceControllerTest, FailedAutosaveIsPublishedOncePerRunOfFailures)
     EventLog events;
     RecordingHandler errors(1, events);
     controller->RegisterCoreEventHandler(&errors);
-    const QString folder = QString::fromStdString(controller->GetIOEngine().GetSessionFolder().utf8string());
-    const auto blockFolder = [&](bool blocked) { // a file where the session folder must go
-        QDir(folder).removeRecursively();
-        QFile::remove(folder);
-        QFile file(folder);
+    const auto errorsAbout = [&](const std::string& what) {
+        const auto all = events.Errors();
+        return std::count_if(all.begin(), all.end(), [&](const std::string& e) { return e.find(what) != e.npos; });
+    };
+    // A file where a folder must go.
+    const auto block = [](const QString& path, bool blocked) {
+        QDir(path).removeRecursively();
+        QFile::remove(path);
+        QFile file(path);
         if (blocked)
             ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     };
-    const auto failures = [&] { return log.Count("Cannot save session: "); };
 
-    blockFolder(true);
+    const QString notAFolder = sandbox_.FilePath(QStringLiteral("not-a-folder"));
+    block(notAFolder, true);
+    {
+        TS::ScopedEnv unusable("LUMINDRA_TEMP_DIR", notAFolder.toUtf8() + "/tmp");
+        ASSERT_TRUE(WaitForTicks(log, 4));
+    }
+    EXPECT_EQ(errorsAbout("The temporary folder"), 1);
+
+    const QString folder = QString::fromStdString(controller->GetIOEngine().GetSessionFolder().utf8string());
+    const auto failures = [&] { return log.Count("Cannot save session: "); };
+    block(folder, true);
     Edit(*controller->GetLumindraDrawer());
     ASSERT_TRUE(TS::WaitUntil([&] { return failures() >= 3; })) << "retried at every tick";
-    ASSERT_EQ(events.Errors().size(), 1u);
-    EXPECT_NE(events.Errors()[0].find("Autosave failed"), std::string::npos) << events.Errors()[0];
+    EXPECT_EQ(errorsAbout("Autosave failed"), 1);
 
-    blockFolder(false);
+    block(folder, false);
     ASSERT_TRUE(TS::WaitUntil([&] { return QFileInfo::exists(QDir(folder).filePath(QStringLiteral("core.json"))); }));
-    blockFolder(true);
+    block(folder, true);
     Edit(*controller->GetLumindraDrawer());
     const int before = failures();
     ASSERT_TRUE(TS::WaitUntil([&] { return failures() >= before + 2; }));
-    EXPECT_EQ(events.Errors().size(), 2u);
+    EXPECT_EQ(errorsAbout("Autosave failed"), 2) << "a new run of failures";
+    EXPECT_EQ(errorsAbout("The temporary folder"), 1) << "checked no more";
     controller->UnregisterCoreEventHandler(&errors);
-    blockFolder(false);
-}
-
-TEST_F(WorkspaceControllerTest, UnusableTemporaryFolderIsReportedOnce)
-{
-    ShortenAutosave();
-    ShowLastSession(true);
-    TS::LogCapture log(30);
-    auto controller = WorkspaceController::Create(provider_, ioPath(Photo("a.jpg")), {});
-    EventLog events;
-    RecordingHandler errors(1, events);
-    controller->RegisterCoreEventHandler(&errors);
-    QFile file(sandbox_.FilePath(QStringLiteral("not-a-folder")));
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.close();
-    {
-        TS::ScopedEnv unusable("LUMINDRA_TEMP_DIR", file.fileName().toUtf8() + "/tmp");
-        ASSERT_TRUE(WaitForTicks(log, 4));
-    }
-    ASSERT_EQ(events.Errors().size(), 1u);
-    EXPECT_NE(events.Errors()[0].find("temporary folder"), std::string::npos) << events.Errors()[0];
-    controller->UnregisterCoreEventHandler(&errors);
+    block(folder, false);
 }
 
 } // namespace
