@@ -28,6 +28,21 @@ QString FromUtf8(const std::string& text)
     return QString::fromUtf8(text.data(), static_cast<int>(text.size()));
 }
 
+// Whether the process still runs. Signal 0 only asks whether it exists (EPERM: it does, under
+// another user); one that ended but was not yet reaped by its parent (a zombie, state Z in its
+// stat line) has ended all the same.
+bool IsRunning(qint64 pid)
+{
+    if (::kill(static_cast<pid_t>(pid), 0) != 0 && errno != EPERM)
+        return false;
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (!stat.open(QIODevice::ReadOnly))
+        return true;
+    const QByteArray line = stat.readAll();
+    const int nameEnd = line.lastIndexOf(')'); // the state follows the name in parentheses
+    return nameEnd < 0 || line.size() <= nameEnd + 2 || line.at(nameEnd + 2) != 'Z';
+}
+
 // Whether the process that wrote the lock file still runs. An unreadable lock counts as left
 // behind: whoever wrote it cannot be asked.
 bool IsLockHeld(const QString& lockPath)
@@ -39,10 +54,7 @@ bool IsLockHeld(const QString& lockPath)
     const qint64 pid = lock.readAll().trimmed().toLongLong(&ok);
     if (!ok || pid <= 0)
         return false;
-    if (pid == QCoreApplication::applicationPid())
-        return true;
-    // Signal 0 only asks whether the process exists; EPERM means it does, under another user.
-    return ::kill(static_cast<pid_t>(pid), 0) == 0 || errno == EPERM;
+    return pid == QCoreApplication::applicationPid() || IsRunning(pid);
 }
 
 void RemoveStaleLock(const QString& lockPath)

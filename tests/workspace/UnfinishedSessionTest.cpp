@@ -1,6 +1,9 @@
 // A session left unfinished by a run that did not end cleanly: found at start by its lock file, or
 // discarded. (Restoring it is tested with a real crash in tests/app.)
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <QDateTime>
 #include <QProcess>
 
@@ -23,6 +26,8 @@ protected:
             running_.kill();
             running_.waitForFinished();
         }
+        if (zombie_ > 0)
+            ::waitpid(zombie_, nullptr, 0);
     }
     static QString Temp() { return QString::fromStdString(Util::GetTempDirPath()); }
     static QString Folder(const QString& name) { return Temp() + name; }
@@ -37,6 +42,18 @@ protected:
         const QByteArray pid = QByteArray::number(process.processId());
         EXPECT_TRUE(process.waitForFinished());
         return pid;
+    }
+    // The id of a process that has ended but that its parent has not reaped yet.
+    QByteArray ZombiePid()
+    {
+        zombie_ = ::fork();
+        if (zombie_ == 0)
+            ::_exit(0);
+        EXPECT_TRUE(TS::WaitUntil([&] {
+            QFile stat(QStringLiteral("/proc/%1/stat").arg(zombie_));
+            return stat.open(QIODevice::ReadOnly) && stat.readAll().contains(") Z ");
+        }));
+        return QByteArray::number(zombie_);
     }
     // The id of a process that runs: another window of the editor.
     QByteArray LivePid()
@@ -66,6 +83,7 @@ protected:
     }
 
     QProcess running_;
+    pid_t zombie_ = 0;
 };
 
 TEST_F(UnfinishedSessionTest, OnlyAnAutosaveWhoseRunIsGoneIsFoundAndEachStaleLockIsReportedOnce)
@@ -73,6 +91,7 @@ TEST_F(UnfinishedSessionTest, OnlyAnAutosaveWhoseRunIsGoneIsFoundAndEachStaleLoc
     const std::string photo = Photo("a.jpg");
     struct Case { const char* what; QByteArray lock; bool state; std::string source; bool found, lockStays; };
     for (const Case& c : {Case {"a crash after an autosave", DeadPid(), true, photo, true, true},
+                          Case {"a crash its parent has not reaped yet", ZombiePid(), true, photo, true, true},
                           Case {"a lock nobody can read", QByteArray("not a pid"), true, photo, true, true},
                           Case {"a running editor", LivePid(), true, photo, false, true},
                           Case {"a clean end", QByteArray(), true, photo, false, false},
