@@ -9,6 +9,7 @@
 #include "LumindraWorkspace/OpenExceptionLumindra.h"
 #include "LumindraWorkspace/WorkspaceControllerHelper.h"
 #include "ProviderFixture.h"
+#include "photocore/IToolsId.h"
 #include "photocore/StatisticsEventHandler.h"
 
 namespace Quelto::Lumindra {
@@ -72,7 +73,7 @@ TEST_F(HelperTest, AFailureEmitsOneOpenErrorAndKeepsTheOldController)
     const std::string broken = NotAnImage("not-a-picture.jpg");
     // A failed check comes before anything is announced or the window is asked.
     struct Case { const char* what; std::function<bool()> reset; int announced; std::string file; };
-    for (const Case& c : {Case {"empty path", [&] { helper->RestoreSession({}, {}); return false; }, 0, ""},
+    for (const Case& c : {Case {"empty path", [&] { return helper->ResetWorkspaceController({}, {}, false); }, 0, ""},
                           Case {"null picture", [&] { return helper->ResetWorkspaceControllerWithImagePaste({}); }, 0, ""},
                           Case {"no picture in the file", [&] { return OpenSync(broken); }, 1, broken}}) {
         SCOPED_TRACE(c.what);
@@ -93,6 +94,33 @@ TEST_F(HelperTest, AFailureEmitsOneOpenErrorAndKeepsTheOldController)
         EXPECT_EQ(open->GetStatisticsEvent().name, Stats::NAME_FILE_OPEN_ERROR);
         EXPECT_EQ(open->GetStatisticsEvent().parameters.at(Stats::KEY_FILE_NAME), c.file);
     }
+}
+
+TEST_F(HelperTest, ClosingEitherWayEmptiesTheWorkspaceOnce)
+{
+    struct Case { const char* what; std::function<void()> close; };
+    for (const Case& c : {Case {"close", [&] { helper->CloseWorkspaceController(); }},
+                          Case {"save and reset", [&] { helper->SaveAndResetWorkspaceController(); }}}) {
+        SCOPED_TRACE(c.what);
+        ASSERT_TRUE(OpenSync(Photo(QString::fromLatin1(c.what) + QStringLiteral(".jpg"))));
+        QSignalSpy reset(helper.get(), &WorkspaceControllerHelper::beforeWorkspaceControllerReset);
+        QSignalSpy empty(helper.get(), &WorkspaceControllerHelper::workspacecontrollerEmpty);
+        c.close();
+        EXPECT_EQ(reset.count(), 1);
+        EXPECT_EQ(empty.count(), 1);
+        EXPECT_EQ(helper->GetWorkspaceController(), nullptr);
+        EXPECT_EQ(window.handed.back(), nullptr);
+    }
+}
+
+TEST_F(HelperTest, OnlyAKnownToolNameActivatesATool)
+{
+    QSignalSpy activate(helper.get(), &WorkspaceControllerHelper::activateToolById);
+    helper->ActivateTool("no-such-tool");
+    helper->ActivateTool("");
+    EXPECT_EQ(activate.count(), 0);
+    helper->ActivateTool("crop");
+    EXPECT_EQ(activate, (QList<QVariantList> {{int(PhotoCore::IToolsId::TOOL_CROP), 0}}));
 }
 
 TEST_F(HelperTest, OverlappingOpensOpenOnlyTheLastRequestAfterTheFirst)
