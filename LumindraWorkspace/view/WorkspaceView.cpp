@@ -303,7 +303,8 @@ void WorkspaceView::HandleWheelEvent(QWheelEvent* event)
 void WorkspaceView::SnapToLimit()
 {
     // scale() multiplies by a factor: 11.2 % times 1600 / 11.2 lands a rounding error short of
-    // 1600 %, and a limit missed so is never reached by the strict tests of CanScale.
+    // 1600 %, and a limit missed so is never reached by the strict tests of CanScale. A relative
+    // 1e-9 is far above such errors and far below any zoom a person asks for.
     QTransform matrix = transform();
     const double percent = matrix.m11() * 100.0;
     for (const double limit : {minScalePercent, maxScalePercent}) {
