@@ -56,6 +56,7 @@ public:
     std::atomic<int> writeOuts {0};
     ioPath sessionFolder;
     bool sessionFolderThrows = false; // UI thread only
+    bool scaledForMemory = false;
     std::function<void()> beforeWriteOut; // set before the core is shared
     std::atomic<bool> fullFrameReady {true};
 
@@ -136,7 +137,7 @@ private:
     void MarkOpened() override {}
 
     // IPhotoCoreProcessing
-    bool IsScaledForMemory() const override { return false; }
+    bool IsScaledForMemory() const override { return scaledForMemory; }
     Conf::FrameInfo GetSourceFrameInfo() const override { return {}; }
     bool IsFullFrameReady() const override { return fullFrameReady; }
 
@@ -354,6 +355,43 @@ TEST_F(ProviderTest, UiAndWorkerRequestsForOneFileBuildOneCore)
         EXPECT_EQ(Count(file), 1) << "round " << i;
         EXPECT_EQ(provider.GetCache().Find(Name(file)), core) << "round " << i;
     }
+}
+
+// Without the core cache there is no worker; with it, a request of two names or fewer is only
+// the current file and its neighbour, which the host has already.
+TEST_F(ProviderTest, NoPreloadWithoutTheCacheOrBeyondTheSecondName)
+{
+    const QString enabledKey = Util::Settings::Name(Util::Settings::CORE_CACHE_ENABLED);
+    struct Case { const char* what; bool cacheEnabled; bool preloads; };
+    for (const Case& c : {Case {"cache disabled", false, false}, Case {"cache enabled", true, true}}) {
+        SCOPED_TRACE(c.what);
+        Util::SettingsManager::Instance().SetValue(enabledKey, c.cacheEnabled);
+        auto& provider = Provider();
+        Util::SettingsManager::Instance().Remove(enabledKey);
+        EXPECT_EQ(provider.IsPreloading(), c.preloads);
+        if (!c.preloads)
+            continue;
+        // The clean-up that still runs drops the older file: the request has been served.
+        const std::string older = Photo("older.jpg"), current = Photo("current.jpg"), near = Photo("near.jpg");
+        Open(provider, older);
+        Open(provider, current);
+        provider.OnFilePreloadRequest({"x", near});
+        ASSERT_TRUE(TS::WaitUntil([&] { return !provider.GetCache().Find(Name(older)); }));
+        EXPECT_EQ(Count(near), 0);
+    }
+}
+
+// A core that had to be scaled down to fit in memory is handed out after the user was told.
+TEST_F(ProviderTest, ACoreScaledForMemoryIsAnnouncedOnce)
+{
+    auto& provider = Provider();
+    const std::string file = Photo("huge.jpg");
+    standIn = new TestCore(kMB, "huge");
+    standIn->scaledForMemory = true;
+    standInName = Name(file);
+    TS::ScopedAlertAnswer alerts(QDialogButtonBox::Ok);
+    EXPECT_EQ(Open(provider, file), PhotoCorePtr(standIn));
+    EXPECT_EQ(alerts.Texts(), QStringList {QStringLiteral("Due to memory limitation image was resized for processing")});
 }
 
 TEST_F(ProviderTest, WorkerServesTheNewestRequestFromItsThirdNameAndSkipsFailures)

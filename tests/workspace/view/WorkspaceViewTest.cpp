@@ -7,7 +7,9 @@
 #include <QCursor>
 #include <QMenu>
 #include <QDir>
+#include <QGestureEvent>
 #include <QGraphicsRectItem>
+#include <QPinchGesture>
 #include <QGraphicsSceneWheelEvent>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -343,6 +345,30 @@ TEST(WorkspaceView, ChordCancelsAPendingContextMenuAndDrags)
     harness.Mouse(QEvent::MouseButtonRelease, moved, Qt::LeftButton, Qt::RightButton);
     harness.Mouse(QEvent::MouseButtonRelease, moved, Qt::RightButton, Qt::NoButton);
     EXPECT_EQ(harness.view.dragMode(), QGraphicsView::NoDrag);
+}
+
+// A pinch update is one wheel step whichever its size: out unless the fingers spread.
+TEST(WorkspaceView, PinchUpdatesStepLikeTheWheel)
+{
+    ViewHarness harness(kSmall, kView);
+    QSignalSpy byGesture(harness.view.GetEmitter(), &ScalableViewEmitter::scaledByGesture);
+    struct Case { double factor; QPinchGesture::ChangeFlags flags; double expected; int gestures; };
+    for (const Case& c : {Case {3.0, QPinchGesture::ScaleFactorChanged, 110.0, 1},
+                          Case {1.01, QPinchGesture::ScaleFactorChanged, 110.0, 1},
+                          Case {0.5, QPinchGesture::ScaleFactorChanged, 90.0, 1},
+                          Case {1.0, QPinchGesture::ScaleFactorChanged, 90.0, 1},
+                          Case {3.0, QPinchGesture::RotationAngleChanged, 100.0, 0}}) {
+        SCOPED_TRACE(c.factor);
+        harness.view.ScaleToPercent(100.0);
+        byGesture.clear();
+        QPinchGesture pinch;
+        pinch.setScaleFactor(c.factor);
+        pinch.setChangeFlags(c.flags);
+        QGestureEvent event(QList<QGesture*> {&pinch});
+        QCoreApplication::sendEvent(&harness.view, &event);
+        EXPECT_NEAR(harness.view.GetCurrentScalePercent(), c.expected, kTolerance);
+        EXPECT_EQ(byGesture.count(), c.gestures);
+    }
 }
 
 // A scene that goes leaves its view at 100 %, for the next picture, without a drag tip.
