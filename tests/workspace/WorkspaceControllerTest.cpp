@@ -233,6 +233,29 @@ TEST_F(WorkspaceControllerTest, TransparencyQuestionComesOnlyWhenTransparencyWou
     }
 }
 
+// Whatever the transparency question throws, the check is logged as failed and the picture is
+// saved as if no question had been needed.
+TEST_F(WorkspaceControllerTest, TransparencyCheckThatThrowsAnythingDoesNotStopTheSave)
+{
+    QImage image(64, 48, QImage::Format_ARGB32);
+    image.fill(QColor(200, 20, 20, 0));
+    auto controller = WorkspaceController::Create(provider_, QPixmap::fromImage(image), PhotoCore::ImageSourcePaste);
+    ASSERT_TRUE(controller->GetLumindraDrawer()->WaitForIdle(TS::kDefaultWaitMs));
+    IWorkspaceController::SaveSettings save;
+    save.fileName = sandbox_.FilePath(QStringLiteral("thrown.jpg"));
+    const LumindraAlertBox::TestHook previous = LumindraAlertBox::GetTestHook();
+    LumindraAlertBox::SetTestHook([](LumindraAlertBox&) -> QDialogButtonBox::StandardButton {
+        throw 42; // not a std::exception: what a foreign library may throw
+    });
+    TS::LogCapture log;
+    IPhotoCoreIO::SaveResult result = IPhotoCoreIO::SaveResultFailed;
+    EXPECT_NO_THROW(result = controller->Save(save));
+    LumindraAlertBox::SetTestHook(previous);
+    EXPECT_EQ(result, IPhotoCoreIO::SaveResultSuccess);
+    EXPECT_TRUE(log.Contains("Check format for transparency support failed"));
+    EXPECT_TRUE(QFileInfo(save.fileName).size() > 0);
+}
+
 // The session preview is rendered straight at its own size; it must show what scaling a full
 // snapshot to cover the preview and cropping its centre shows, for a panorama and a tall picture.
 TEST_F(WorkspaceControllerTest, SessionPreviewShowsTheCoverScaledCentreOfTheWholeScene)
