@@ -105,8 +105,9 @@ TEST_F(WorkspaceSceneTest, DropsGoToAnItemThatTakesThemElseToTheReceiver)
         QMimeData data;
         data.setText(QStringLiteral("dropped"));
         const Support::DragResult result = Support::DragTo(view, c.at, data);
-        if (c.drops > 0 || !c.receiver) // over an item that takes drops the move is the item's
+        if (c.drops > 0 || !c.receiver) { // over an item that takes drops the move is the item's
             EXPECT_TRUE(result.moved) << "a drop target everywhere else";
+        }
         EXPECT_EQ(result.dropped, c.dropped);
         EXPECT_EQ(receiver.drops, c.drops);
     }

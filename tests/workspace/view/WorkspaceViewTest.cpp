@@ -270,8 +270,9 @@ TEST(WorkspaceView, WheelOverASceneItemGoesToItThenToTheScrollBarsAndZoomsOnlyWh
         EXPECT_EQ(item->wheels, c.library ? 8 : 0);
         EXPECT_EQ(byWheel.count(), c.zooms ? 8 : 0);
         EXPECT_EQ(harness.view.GetCurrentScalePercent() != 100.0, c.zooms);
-        if (!c.zooms)
+        if (!c.zooms) {
             EXPECT_EQ(harness.view.verticalScrollBar()->value() != scrolled, !c.takes) << "the scroll bar had it";
+        }
     }
 }
 
