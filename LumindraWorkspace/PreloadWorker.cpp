@@ -141,8 +141,10 @@ void PreloadWorker::Preload(const std::vector<std::string>& files)
         std::uint64_t size = 0;
         if (!cache_.GetPreloadSize(wanted[i], &size))
             continue;
-        if (total + size > CoreCache::kBoundBytes)
+        if (total + size > CoreCache::kBoundBytes) {
+            VLOG(30) << "Preloading stops at the cache bound before " << files[i];
             break;
+        }
         if (HasRequest())
             break;
         try {

@@ -381,6 +381,20 @@ TEST_F(ProviderTest, NoPreloadWithoutTheCacheOrBeyondTheSecondName)
     }
 }
 
+// The worker preloads only while what the cache keeps fits the bound: a neighbour that would
+// pass it (at the largest size seen, its own being unknown) is left for the host to open.
+TEST_F(ProviderTest, WorkerStopsAtTheCacheBound)
+{
+    auto& provider = Provider();
+    const std::string shown = Photo("shown.jpg"), next = Photo("next.jpg"), far = Photo("far.jpg");
+    const TestCorePtr big = Put(provider.GetCache(), Name(shown), kBound - kMB);
+    TS::LogCapture log(30);
+    provider.OnFilePreloadRequest({shown, next, far});
+    ASSERT_TRUE(TS::WaitUntil([&] { return log.Count("Preloading stops at the cache bound before") == 1; }));
+    EXPECT_EQ(Count(far), 0);
+    EXPECT_TRUE(provider.GetCache().Find(Name(shown))) << "a wanted core is kept";
+}
+
 // A core that had to be scaled down to fit in memory is handed out after the user was told.
 TEST_F(ProviderTest, ACoreScaledForMemoryIsAnnouncedOnce)
 {
