@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include <QCoreApplication>
+
 #include "core/Exception.h"
 #include "proc/PixelConverter.h"
 #include "proc/Vips.h"
@@ -47,12 +49,32 @@ vips::VImage View(const Proc::IDataVideo& frame)
     return image;
 }
 
+// libvips names the temporary file and its own functions; the system's error is what a person
+// can act on ("No space left on device", "File too large", "Permission denied").
+std::string Readable(const std::string& vipsMessage)
+{
+    static const std::string kSystem = "unix error: ";
+    const std::size_t at = vipsMessage.find(kSystem);
+    if (at != std::string::npos) {
+        const std::size_t from = at + kSystem.size();
+        const std::string system = vipsMessage.substr(from, vipsMessage.find('\n', from) - from);
+        return QCoreApplication::translate("PhotoCore", "the file could not be written: %1")
+            .arg(QString::fromStdString(system))
+            .toStdString();
+    }
+    std::string message = vipsMessage;
+    std::replace(message.begin(), message.end(), '\n', ' ');
+    return QCoreApplication::translate("PhotoCore", "the picture could not be encoded: %1")
+        .arg(QString::fromStdString(message))
+        .toStdString();
+}
+
 } // namespace
 
 bool ImageEncoder::CanWrite(const std::string& codec)
 {
     return codec == "jpeg" || codec == "png" || codec == "tiff" || codec == "webp" || codec == "heif"
-        || codec == "gif";
+        || codec == "avif" || codec == "gif";
 }
 
 void ImageEncoder::Write(const Proc::IDataVideo& frame, const std::string& codec,
@@ -94,18 +116,16 @@ void ImageEncoder::Write(const Proc::IDataVideo& frame, const std::string& codec
         } else if (codec == "webp") {
             const bool lossless = Value(settings, codec, PhotoUtil::IFormatSettings::LOSSLESS, 0) != 0;
             image.webpsave(path, options->set("Q", quality)->set("lossless", lossless));
-        } else if (codec == "heif") {
-            // The HEIF family: AVIF files hold AV1, the others HEVC.
-            const bool avif = utf8Path.size() >= 5 && utf8Path.compare(utf8Path.size() - 5, 5, ".avif") == 0;
-            image.heifsave(path, options->set("Q", quality)->set("compression", avif ? VIPS_FOREIGN_HEIF_COMPRESSION_AV1
-                                                                                     : VIPS_FOREIGN_HEIF_COMPRESSION_HEVC));
+        } else if (codec == "heif" || codec == "avif") {
+            // One container, two codecs; the path says nothing (the core writes a temporary file).
+            image.heifsave(path, options->set("Q", quality)
+                                     ->set("compression", codec == "avif" ? VIPS_FOREIGN_HEIF_COMPRESSION_AV1
+                                                                          : VIPS_FOREIGN_HEIF_COMPRESSION_HEVC));
         } else {
             image.gifsave(path, options);
         }
     } catch (const vips::VError& e) {
-        std::string message(e.what());
-        std::replace(message.begin(), message.end(), '\n', ' ');
-        throw Core::Exception("Encoding failed: " + message);
+        throw Core::Exception(Readable(e.what()));
     }
 }
 

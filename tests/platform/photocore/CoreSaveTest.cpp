@@ -14,6 +14,7 @@
 
 #include "CoreTestSupport.h"
 #include "photocore/PhotoCoreFactory.h"
+#include "proc/Vips.h"
 #include "support/TestSupport.h"
 
 namespace Quelto::Lumindra::PhotoCore {
@@ -192,6 +193,31 @@ TEST(CoreSave, EveryFormatWritesAFileThatReadsBack)
         EXPECT_EQ(meta.GetTag(Meta::EXIF, Meta::BLOCK_IMAGE, Meta::TAG_ARTIST).Get(Meta::TEXT_VALUE),
                   std::string(extension) == "gif" ? "" : "Ana Lima");
     }
+}
+
+// HEIF and AVIF share a container: what is inside must follow the format, not the name of the
+// temporary file the core writes first. A reopened AVIF file is written back as AV1 by default.
+TEST(CoreSave, HeicHoldsHevcAndAvifHoldsAv1)
+{
+    T::Sandbox sandbox;
+    Proc::EnsureVipsStarted();
+    const auto compression = [](const QString& path) {
+        const vips::VImage image = vips::VImage::new_from_file(path.toUtf8().constData());
+        return image.get_typeof("heif-compression") ? std::string(image.get_string("heif-compression")) : "";
+    };
+    PhotoCorePtr core = PhotoCoreFactory::Create(T::MakeTestImage(64, 48), ImageSourcePaste);
+    for (auto [extension, codec] : {std::pair {"heic", "hevc"}, {"avif", "av1"}}) {
+        SCOPED_TRACE(extension);
+        const QString path = sandbox.FilePath(QStringLiteral("out.") + extension);
+        ASSERT_EQ(core->GetIOEngine().Save(SaveAs(*core, path)), IPhotoCoreIO::SaveResultSuccess);
+        EXPECT_EQ(compression(path), codec);
+    }
+    PhotoCorePtr reopened = PhotoCoreFactory::Create(ioPath(sandbox.FilePathUtf8("out.avif")), "k");
+    ASSERT_TRUE(reopened->WaitForIdle(T::kDefaultWaitMs));
+    SettingsSave again = reopened->GetIOEngine().GetSaveSettings();
+    again.SetFileName(sandbox.FilePathUtf8("again.avif"));
+    ASSERT_EQ(reopened->GetIOEngine().Save(again), IPhotoCoreIO::SaveResultSuccess);
+    EXPECT_EQ(compression(sandbox.FilePath("again.avif")), "av1");
 }
 
 // Saving over the file the core came from: the file changed, but the core made the change.
