@@ -1,5 +1,6 @@
 #include "MainWindow.h"
 
+#include <algorithm>
 #include <utility>
 
 #include <QAction>
@@ -12,6 +13,7 @@
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QGraphicsScene>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QMenuBar>
 #include <QMessageBox>
@@ -30,6 +32,7 @@
 #include "IconTheme.h"
 #include "LumindraWorkspace/IObjectsConnectorID.h"
 #include "LumindraWorkspace/OpenExceptionLumindra.h"
+#include "LumindraWorkspace/UI/CompareButton.h"
 #include "LumindraWorkspace/WorkspaceControllerHelper.h"
 #include "LumindraWorkspace/scene/CanvasItem.h"
 #include "LumindraWorkspace/scene/WorkspaceScene.h"
@@ -38,6 +41,7 @@
 #include "photocore/StatisticsEventHandler.h"
 #include "photoutil/FormatHelper.h"
 #include "sharedui/ScalableViewEmitter.h"
+#include "util/HostObjectsConnectorID.h"
 #include "util/ObjectsConnector.h"
 #include "util/Settings.h"
 
@@ -118,6 +122,15 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
     statusBar()->addPermanentWidget(sizeLabel_);
     statusBar()->addPermanentWidget(zoomLabel_);
 
+    compare_ = new CompareButton(this);
+    compare_->SetView(view_);
+    compareKeyRelease_ = new QTimer(this);
+    compareKeyRelease_->setSingleShot(true);
+    compareKeyRelease_->setInterval(kKeyRepeatGapMs);
+    connect(compareKeyRelease_, &QTimer::timeout, this,
+            [this] { Q_EMIT hotkeyActivated(SpecialHotkeyHelper::ToggleCompare, false); });
+    SpecialHotkeyHelper::SetHandler([this](QKeyEvent* event, bool press) { return HandleHotkey(event, press); });
+
     CreateActions();
     RegisterWithConnector();
     helper_->Initialize(this);
@@ -127,7 +140,10 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
 
 MainWindow::~MainWindow()
 {
+    SpecialHotkeyHelper::SetHandler({});
     EndCrop();
+    // The comparison gives the scene back while the scene is still there.
+    compare_->SetWorkspaceController(std::weak_ptr<IWorkspaceController>());
     if (auto controller = controller_.lock())
         controller->UnregisterCoreEventHandler(relay_);
     // The view lets go of the scene before the helper releases the controller that owns it.
@@ -177,11 +193,13 @@ void MainWindow::CreateActions()
     // The history changes at the request, its render comes later: the actions follow at once,
     // so a Redo pressed as soon as the undone picture shows is not lost.
     undo_ = add(edit, tr("&Undo"), QKeySequence::Undo, IconTheme::Find({"edit-undo"}), [this] {
+        Q_EMIT uiControlUsed();
         if (auto c = controller_.lock())
             c->GetUndoEngine()->Undo();
         UpdateActions();
     }, true);
     redo_ = add(edit, tr("&Redo"), QKeySequence::Redo, IconTheme::Find({"edit-redo"}), [this] {
+        Q_EMIT uiControlUsed();
         if (auto c = controller_.lock())
             c->GetUndoEngine()->Redo();
         UpdateActions();
@@ -218,6 +236,27 @@ void MainWindow::CreateActions()
         view_->ScaleToPercent(p - p / 100.0 * view_->GetScaleStep());
     }, true);
 
+    // The key is handled as a hotkey, press and release, so that holding it works; the menu only
+    // shows it.
+    viewMenu->addSeparator();
+    const QIcon compareIcon = IconTheme::Find({"lumindra-compare"});
+    compare_->setIcon(compareIcon);
+    QAction* compare = viewMenu->addAction(compareIcon, tr("&Compare with Original") + QStringLiteral("\t\\"));
+    compare->setCheckable(true);
+    compare->setEnabled(false);
+    connect(compare, &QAction::triggered, this, [this, compare](bool checked) {
+        compare_->SetActive(checked);
+        compare->setChecked(compare_->IsActive()); // a start that failed takes the mark back
+        view_->SetFocus(true);
+    });
+    connect(compare_, &CompareButton::compareIsActivated, this, [this, compare](bool active) {
+        compare->setChecked(active);
+        if (active)
+            EndCrop();
+    });
+    imageActions_.push_back(compare);
+    viewMenu->addMenu(compare_->GetTypeMenu());
+
     for (const QList<QAction*>& group : {QList<QAction*> {open, saveAs_}, QList<QAction*> {undo_, redo_},
                                          QList<QAction*> {left, right, flipH, flipV, crop},
                                          QList<QAction*> {fit, actual, zoomIn, zoomOut}}) {
@@ -225,6 +264,8 @@ void MainWindow::CreateActions()
             tools->addSeparator();
         tools->addActions(group);
     }
+    tools->addSeparator();
+    tools->addWidget(compare_);
 }
 
 void MainWindow::RegisterWithConnector()
@@ -242,6 +283,43 @@ void MainWindow::RegisterWithConnector()
     ObjectsConnector::registerReceiver(ModuleId::NEXT_FILE_PAGE, this, "1OnNextFile()", 0);
     ObjectsConnector::registerReceiver(ModuleId::PREVIOUS_FILE_ARROW, this, "1OnPreviousFile()", 0);
     ObjectsConnector::registerReceiver(ModuleId::PREVIOUS_FILE_PAGE, this, "1OnPreviousFile()", 0);
+    ObjectsConnector::registerEmitter(HostId::HOTKEY_ACTIVATED, this,
+                                      "2hotkeyActivated(SpecialHotkeyHelper::HotkeyID, bool)", 0);
+    ObjectsConnector::registerEmitter(HostId::UI_CONTROL_USED, this, "2uiControlUsed()", 0);
+    ObjectsConnector::registerReceiver(HostId::COMPARE_TOOL_ERROR_CREATE, this, "1OnCompareError()", 0);
+}
+
+bool MainWindow::HandleHotkey(QKeyEvent* event, bool press)
+{
+    if (event->key() != kCompareKey || (event->modifiers() & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier)))
+        return false;
+    if (!press)
+        compareKeyRelease_->start();
+    else if (compareKeyRelease_->isActive())
+        compareKeyRelease_->stop(); // the key repeats: it is still held
+    else
+        Q_EMIT hotkeyActivated(SpecialHotkeyHelper::ToggleCompare, true);
+    return true;
+}
+
+void MainWindow::keyPressEvent(QKeyEvent* event)
+{
+    // Keys that the focused widget (a slider, the toolbar) did not use reach the window.
+    if (!event->isAutoRepeat() && SpecialHotkeyHelper::HandlePressEvent(event))
+        return;
+    QMainWindow::keyPressEvent(event);
+}
+
+void MainWindow::keyReleaseEvent(QKeyEvent* event)
+{
+    if (!event->isAutoRepeat() && SpecialHotkeyHelper::HandleReleaseEvent(event))
+        return;
+    QMainWindow::keyReleaseEvent(event);
+}
+
+void MainWindow::OnCompareError()
+{
+    statusBar()->showMessage(tr("The comparison cannot be shown: the original picture is not available"), 5000);
 }
 
 void MainWindow::OpenFile(const QString& path)
@@ -293,6 +371,8 @@ void MainWindow::SetWorkspaceController(const std::weak_ptr<IWorkspaceController
     if (auto old = controller_.lock())
         old->UnregisterCoreEventHandler(relay_);
     controller_ = controller;
+    // Before the view changes scenes: a comparison gives its scene back first.
+    compare_->SetWorkspaceController(controller);
     view_->SetWorkspaceController(controller);
 
     const auto current = controller.lock();
@@ -348,6 +428,11 @@ void MainWindow::OnLoaded(int stage)
         statusBar()->showMessage(tr("The full picture could not be read; showing the preview"), 10000);
     else if (!crop.isEmpty())
         ApplyCrop(crop);
+    // A comparison made on the preview shows the full-resolution pictures now.
+    if (stage != Loaded::LOAD_FAILED && compare_->GetTool()) {
+        compare_->SetActive(false);
+        compare_->SetActive(true);
+    }
     UpdateStatus();
     // The canvas takes the full frame from its own queue, posted before this event: check after it.
     QTimer::singleShot(0, this, [this] {
@@ -359,9 +444,15 @@ void MainWindow::OnLoaded(int stage)
 bool MainWindow::IsScaledCopyPending() const
 {
     const auto controller = controller_.lock();
-    const auto* canvas =
-        controller ? dynamic_cast<const CanvasItem*>(WorkspaceScene::GetMainCanvas(controller->GetScene())) : nullptr;
-    return canvas && canvas->HasPendingResize();
+    const QGraphicsScene* scene = controller ? controller->GetScene() : nullptr;
+    if (!scene)
+        return false;
+    // The document's canvas, or the pictures of a comparison.
+    const QList<QGraphicsItem*> items = scene->items();
+    return std::any_of(items.begin(), items.end(), [](const QGraphicsItem* item) {
+        const auto* canvas = dynamic_cast<const CanvasItem*>(item);
+        return canvas && canvas->isVisible() && canvas->HasPendingResize();
+    });
 }
 
 void MainWindow::OnSceneRectChanged()
@@ -494,6 +585,7 @@ void MainWindow::Paste()
 
 void MainWindow::ApplyEdit(const Proc::SettingsBase& settings)
 {
+    Q_EMIT uiControlUsed();
     if (auto controller = controller_.lock())
         controller->GetLumindraDrawer()->ApplyEffect(Proc::EffectSettingsImpl::Create(settings));
     UpdateActions();
@@ -501,6 +593,7 @@ void MainWindow::ApplyEdit(const Proc::SettingsBase& settings)
 
 void MainWindow::PreviewEdit(const Proc::SettingsBase& settings)
 {
+    Q_EMIT uiControlUsed();
     if (auto controller = controller_.lock())
         controller->GetLumindraDrawer()->PreviewEffect(Proc::EffectSettingsImpl::Create(settings));
 }
@@ -510,6 +603,7 @@ void MainWindow::StartCrop()
     const auto controller = controller_.lock();
     if (!controller || !controller->GetScene() || crop_)
         return;
+    Q_EMIT uiControlUsed();
     const QRectF picture = controller->GetScene()->sceneRect();
     crop_ = std::make_unique<CropTool>(
         *view_, picture, [this](const QRectF& relative) { ApplyCrop(relative); },
@@ -543,7 +637,8 @@ void MainWindow::EndCrop()
 {
     if (!crop_)
         return;
-    view_->SetDrawingTool(nullptr);
+    if (view_->GetDrawingTool() == crop_.get())
+        view_->SetDrawingTool(nullptr);
     crop_.reset();
     statusBar()->clearMessage();
 }

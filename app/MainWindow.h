@@ -14,12 +14,15 @@
 #include "LumindraWorkspace/IWorkspaceWindow.h"
 #include "photocore/ICoreEventHandler.h"
 #include "proc/EffectSettings.h"
+#include "sharedui/SpecialHotkeyHelper.h"
 
 class QAction;
 class QLabel;
 class QProgressBar;
+class QTimer;
 
 namespace Quelto::Lumindra {
+class CompareButton;
 class WorkspaceControllerHelper;
 class WorkspaceView;
 } // namespace Quelto::Lumindra
@@ -32,8 +35,9 @@ class CropTool;
 
 // The editor window: hosts the workspace view, owns the workspace controller helper, and offers
 // opening (argument, dialog, drop, paste), stepping through the folder with preloading, zoom, hand
-// mode, edits with undo and redo, saving, and the open error, busy and progress feedback.
-// UI thread.
+// mode, edits with undo and redo, the before/after comparison (toolbar button, menu, and the
+// backslash key: tapped it toggles, held it shows the comparison until released), saving, and
+// the open error, busy and progress feedback. UI thread.
 class MainWindow : public QMainWindow,
                    public IWorkspaceWindow,
                    public IWorkspaceControllerUser,
@@ -59,12 +63,20 @@ public:
     // unless unattended.
     void ReportOpenFailure(const QString& message);
 
+    // The key that toggles the comparison (held: shows it while held).
+    static constexpr int kCompareKey = Qt::Key_Backslash;
+    // A key held down repeats as releases each followed at once by a press, which X servers do
+    // not always mark as repeats: a release waits this long for such a press before it counts.
+    static constexpr int kKeyRepeatGapMs = 30;
+
     WorkspaceView* GetView() const { return view_; }
+    CompareButton* GetCompareButton() const { return compare_; }
     WorkspaceControllerHelper* GetHelper() const { return helper_; }
     std::shared_ptr<IWorkspaceController> GetController() const { return controller_.lock(); }
     // True once the open image's full-resolution frame is on the canvas.
     bool IsFullFrameShown() const;
-    // Whether the canvas is still making its copy at the on-screen size (it shows a stand-in).
+    // Whether a picture on screen (the canvas, or those of a comparison) is still making its copy
+    // at the on-screen size (it shows a stand-in).
     bool IsScaledCopyPending() const;
     // When set, no question is asked (screenshots, tests): unsaved edits are discarded as if the
     // person had agreed.
@@ -85,6 +97,10 @@ Q_SIGNALS:
     void imagePasted(const QPixmap& image);
     void openFailed(const QString& message);
     void fullFrameShown();
+    // To the workspace (objects connector): a hotkey went down (true) or up (false).
+    void hotkeyActivated(SpecialHotkeyHelper::HotkeyID id, bool pressed);
+    // To the workspace (objects connector): an editing control was used.
+    void uiControlUsed();
 
 public Q_SLOTS:
     void OnThrowEvent(const PhotoCore::ICoreEventHandler::ThrowEvent& event);
@@ -92,8 +108,11 @@ public Q_SLOTS:
     void OnScaleChanged(double percent);
     void OnNextFile();
     void OnPreviousFile();
+    void OnCompareError();
 
 protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void keyReleaseEvent(QKeyEvent* event) override;
     void dragEnterEvent(QDragEnterEvent* event) override;
     void dropEvent(QDropEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
@@ -101,6 +120,8 @@ protected:
 private:
     void CreateActions();
     void RegisterWithConnector();
+    // The window's hotkeys, for keys that no widget used; true when `event` was one.
+    bool HandleHotkey(QKeyEvent* event, bool press);
     void Step(int direction);
     void OpenDialog();
     void SaveAsDialog();
@@ -119,6 +140,7 @@ private:
     WorkspaceControllerHelper* helper_ = nullptr;
     WorkspaceView* view_ = nullptr;
     AdjustPanel* adjust_ = nullptr;
+    CompareButton* compare_ = nullptr;
     CoreEventRelay* relay_ = nullptr;
     std::unique_ptr<CropTool> crop_;
     QRectF pendingCrop_; // a crop chosen on the preview, applied when the full frame arrives
@@ -132,6 +154,7 @@ private:
     QLabel* sizeLabel_ = nullptr;
     QLabel* zoomLabel_ = nullptr;
     QProgressBar* progress_ = nullptr;
+    QTimer* compareKeyRelease_ = nullptr; // running while a release of the compare key may be a repeat
 
     QAction* saveAs_ = nullptr;
     QAction* undo_ = nullptr;

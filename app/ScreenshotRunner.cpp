@@ -1,13 +1,18 @@
 #include "ScreenshotRunner.h"
 
 #include <cstdio>
+#include <exception>
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QPixmap>
+#include <QSaveFile>
 #include <QTimer>
 
+#include "LumindraWorkspace/UI/CompareButton.h"
 #include "LumindraWorkspace/view/WorkspaceView.h"
 #include "MainWindow.h"
+#include "photocore/IPhotoCoreDrawer.h"
 
 namespace Quelto::Lumindra::App {
 
@@ -15,8 +20,8 @@ namespace {
 constexpr int kPollMs = 50;
 }
 
-ScreenshotRunner::ScreenshotRunner(MainWindow& window, QString output)
-    : QObject(&window), window_(window), output_(std::move(output))
+ScreenshotRunner::ScreenshotRunner(MainWindow& window, QString output, ScreenshotOptions options)
+    : QObject(&window), window_(window), output_(std::move(output)), options_(std::move(options))
 {
 }
 
@@ -27,11 +32,47 @@ void ScreenshotRunner::Start()
     QTimer::singleShot(kPollMs, this, &ScreenshotRunner::Poll);
 }
 
+bool ScreenshotRunner::IsPictureShown() const
+{
+    const auto controller = window_.GetController();
+    return controller && window_.IsFullFrameShown() && controller->GetLumindraDrawer()->WaitForIdle(0)
+        && window_.GetView()->IsFitToView();
+}
+
+bool ScreenshotRunner::ApplyEdits()
+{
+    editsApplied_ = true;
+    const auto controller = window_.GetController();
+    for (const auto& edit : options_.edits) {
+        try {
+            controller->GetLumindraDrawer()->ApplyEffect(Proc::EffectSettingsImpl::Create(*edit));
+        } catch (const std::exception& e) {
+            Finish(3, QStringLiteral("\"%1\" cannot be applied: %2")
+                          .arg(QString::fromStdString(edit->GetDisplayName()), QString::fromLocal8Bit(e.what())));
+            return false;
+        }
+    }
+    return true;
+}
+
 void ScreenshotRunner::Poll()
 {
     if (done_)
         return;
-    if (window_.IsFullFrameShown() && window_.GetView()->IsFitToView()) {
+    if (IsPictureShown()) {
+        if (!editsApplied_ && !options_.edits.empty()) {
+            if (ApplyEdits())
+                QTimer::singleShot(kPollMs, this, &ScreenshotRunner::Poll);
+            return;
+        }
+        if (options_.compare && !compareShown_) {
+            compareShown_ = true;
+            if (!window_.GetCompareButton()->SetActive(true))
+                Finish(3, QStringLiteral("The comparison with the original could not be shown"));
+            else
+                QTimer::singleShot(0, this, &ScreenshotRunner::Poll);
+            return;
+        }
         // One more turn so that the last repaint is done before the window is grabbed.
         QApplication::processEvents();
         const QPixmap shot = window_.grab();
@@ -41,7 +82,11 @@ void ScreenshotRunner::Poll()
             QTimer::singleShot(kPollMs, this, &ScreenshotRunner::Poll);
             return;
         }
-        if (shot.isNull() || !shot.save(output_))
+        // Written aside and renamed: a file already there is replaced whole or not at all.
+        QSaveFile file(output_);
+        const QByteArray format = QFileInfo(output_).suffix().toLatin1();
+        if (shot.isNull() || !file.open(QIODevice::WriteOnly)
+            || !shot.save(&file, format.isEmpty() ? "PNG" : format.constData()) || !file.commit())
             Finish(3, QStringLiteral("Cannot write the screenshot to %1").arg(output_));
         else
             Finish(0, QString());

@@ -1,8 +1,13 @@
 // lumindra: the photo editor.
 //   lumindra [FILE|URL...]                            open the files (or the bundled sample)
-//   lumindra --screenshot OUT.png [--size WxH] [FILE] write a picture of the window and quit
+//   lumindra --screenshot OUT.png [--size WxH] [EDITS] [--compare] [FILE]
+//                                                     write a picture of the window and quit;
+//                                                     EDITS (--rotate 90|180|270, --flip h|v,
+//                                                     --crop X,Y,W,H) apply first, in order, and
+//                                                     --compare shows the original beside them
 
 #include <cstdio>
+#include <utility>
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -11,6 +16,7 @@
 #include <QTimer>
 
 #include "CommandLineFiles.h"
+#include "EditOptions.h"
 #include "IconTheme.h"
 #include "Installation.h"
 #include "MainWindow.h"
@@ -71,8 +77,13 @@ int main(int argc, char** argv)
         QStringLiteral("file"));
     QCommandLineOption size(QStringLiteral("size"), QCoreApplication::translate("main", "Window size, WIDTHxHEIGHT."),
                             QStringLiteral("size"), QStringLiteral("1280x800"));
+    QCommandLineOption compare(
+        QStringLiteral("compare"),
+        QCoreApplication::translate("main", "With --screenshot: show the original beside the edited picture."));
     parser.addOption(screenshot);
     parser.addOption(size);
+    parser.addOption(compare);
+    EditOptions::AddTo(parser);
     parser.addPositionalArgument(QStringLiteral("files"),
                                  QCoreApplication::translate("main", "The pictures to open: files or file:// URLs."),
                                  QStringLiteral("[files...]"));
@@ -82,6 +93,18 @@ int main(int argc, char** argv)
     if (!ParseSize(parser.value(size), windowSize)) {
         std::fprintf(stderr, "Invalid --size \"%s\": expected WIDTHxHEIGHT, at least 200x150\n",
                      parser.value(size).toLocal8Bit().constData());
+        return 1;
+    }
+
+    ScreenshotOptions shotOptions;
+    QString editError;
+    if (!EditOptions::Read(parser, shotOptions.edits, editError)) {
+        std::fprintf(stderr, "%s\n", editError.toLocal8Bit().constData());
+        return 1;
+    }
+    shotOptions.compare = parser.isSet(compare);
+    if ((shotOptions.compare || !shotOptions.edits.empty()) && !parser.isSet(screenshot)) {
+        std::fprintf(stderr, "--compare, --rotate, --flip and --crop go with --screenshot\n");
         return 1;
     }
 
@@ -98,7 +121,7 @@ int main(int argc, char** argv)
     window.resize(windowSize);
     if (parser.isSet(screenshot)) {
         window.SetUnattended(true);
-        auto* runner = new ScreenshotRunner(window, parser.value(screenshot));
+        auto* runner = new ScreenshotRunner(window, parser.value(screenshot), std::move(shotOptions));
         runner->Start();
     }
     window.show();

@@ -9,6 +9,21 @@
     </message>
 </context>
 <context>
+    <name>EditOptions</name>
+    <message>
+        <source>Turn the picture clockwise by 90, 180 or 270 degrees.</source>
+        <translation>Das Bild im Uhrzeigersinn um 90, 180 oder 270 Grad drehen.</translation>
+    </message>
+    <message>
+        <source>Flip the picture: h (left to right) or v (top to bottom).</source>
+        <translation>Das Bild spiegeln: h (links und rechts) oder v (oben und unten).</translation>
+    </message>
+    <message>
+        <source>Cut the picture to the rectangle X,Y,W,H in pixels.</source>
+        <translation>Das Bild auf das Rechteck X,Y,W,H (in Pixeln) zuschneiden.</translation>
+    </message>
+</context>
+<context>
     <name>Quelto::Lumindra::App::AdjustPanel</name>
     <message>
         <source>Exposure</source>
@@ -205,6 +220,14 @@
         <source>%1 – %2</source>
         <translation>%1 – %2</translation>
     </message>
+    <message>
+        <source>&amp;Compare with Original</source>
+        <translation>Mit dem Original &amp;vergleichen</translation>
+    </message>
+    <message>
+        <source>The comparison cannot be shown: the original picture is not available</source>
+        <translation>Der Vergleich kann nicht gezeigt werden: Das Originalbild ist nicht verfügbar</translation>
+    </message>
 </context>
 <context>
     <name>main</name>
@@ -223,6 +246,10 @@
     <message>
         <source>The pictures to open: files or file:// URLs.</source>
         <translation>Die zu öffnenden Bilder: Dateien oder file://-URLs.</translation>
+    </message>
+    <message>
+        <source>With --screenshot: show the original beside the edited picture.</source>
+        <translation>Mit --screenshot: das Original neben dem bearbeiteten Bild zeigen.</translation>
     </message>
 </context>
 </TS>

@@ -56,6 +56,29 @@
     </message>
 </context>
 <context>
+    <name>Quelto::Lumindra::CompareButton</name>
+    <message>
+        <source>Compare</source>
+        <translation>Vergleichen</translation>
+    </message>
+    <message>
+        <source>Compare the edited picture with the original</source>
+        <translation>Das bearbeitete Bild mit dem Original vergleichen</translation>
+    </message>
+    <message>
+        <source>Compare &amp;Mode</source>
+        <translation>Vergleichs&amp;modus</translation>
+    </message>
+    <message>
+        <source>&amp;Side by Side</source>
+        <translation>&amp;Nebeneinander</translation>
+    </message>
+    <message>
+        <source>S&amp;plit</source>
+        <translation>&amp;Geteilt</translation>
+    </message>
+</context>
+<context>
     <name>Quelto::Lumindra::DragTipController</name>
     <message>
         <source>Hold &lt;b&gt;Space&lt;/b&gt; or press &lt;b&gt;both mouse buttons&lt;/b&gt; and drag to move the picture</source>

@@ -105,7 +105,7 @@ void CoreEngine::SetFileName(const std::string& utf8Name)
 {
     std::lock_guard<std::mutex> lock(metaMutex_);
     fileName_ = utf8Name;
-    currentSettings_ = MakeSettingsLocked(currentSettings_->GetFrameInfo());
+    currentSettings_ = MakeSettingsLocked(currentSettings_->GetFrameInfo(), &currentSettings_->GetGeometry());
 }
 
 std::string CoreEngine::GetFileName() const
@@ -175,6 +175,7 @@ std::shared_ptr<const SettingsCore> CoreEngine::GetFrameSettings(int index) cons
         return originalSettings_ ? originalSettings_ : currentSettings_;
     }
     Conf::FrameInfo info;
+    FrameGeometry geometry;
     {
         std::lock_guard<std::mutex> history(historyMutex_);
         if (std::size_t(index) > history_.GetSteps().size() || !frames_.IsFullReady())
@@ -184,9 +185,10 @@ std::shared_ptr<const SettingsCore> CoreEngine::GetFrameSettings(int index) cons
         } catch (const std::exception&) {
             return std::make_shared<const SettingsCore>();
         }
+        geometry = GeometryOf(history_.GetSteps(), std::size_t(index));
     }
     std::lock_guard<std::mutex> lock(metaMutex_);
-    return MakeSettingsLocked(info);
+    return MakeSettingsLocked(info, &geometry);
 }
 
 void CoreEngine::ApplyEffect(const Proc::SettingsBase& settings)
@@ -626,10 +628,14 @@ void CoreEngine::OnFullFrame(const Conf::FrameInfo& info)
     originalSettings_ = currentSettings_ = MakeSettingsLocked(info);
 }
 
-void CoreEngine::OnRendered(const Conf::FrameInfo& info)
+void CoreEngine::OnRendered(const Conf::FrameInfo& info, const std::vector<EditStep>& steps)
 {
+    FrameGeometry geometry = GeometryOf(steps, steps.size());
+    // A step that failed left its pixels where they were; the walk cannot tell which.
+    if (geometry.GetWidth() != info.width || geometry.GetHeight() != info.height)
+        geometry.Invalidate();
     std::lock_guard<std::mutex> lock(metaMutex_);
-    currentSettings_ = MakeSettingsLocked(info);
+    currentSettings_ = MakeSettingsLocked(info, &geometry);
 }
 
 ICoreEventHandler::CoreEventStateChanged CoreEngine::GetHistoryCounts() const
@@ -668,10 +674,12 @@ void CoreEngine::PostRender(CoreRenderer::Target target)
 // ---------------------------------------------------------------------------------------------
 // Frame settings
 
-std::shared_ptr<const SettingsCore> CoreEngine::MakeSettingsLocked(const Conf::FrameInfo& info) const
+std::shared_ptr<const SettingsCore> CoreEngine::MakeSettingsLocked(const Conf::FrameInfo& info,
+                                                                   const FrameGeometry* geometry) const
 {
     auto settings = std::make_shared<SettingsCore>();
     settings->SetFrameInfo(info);
+    settings->SetGeometry(geometry ? *geometry : FrameGeometry(info));
     settings->GetGeneral().SetFileName(fileName_);
     settings->GetPassThrough().SetResolution(source_.header.dpi);
     DataVideoPtr frame = frames_.GetWorking();
@@ -682,6 +690,15 @@ std::shared_ptr<const SettingsCore> CoreEngine::MakeSettingsLocked(const Conf::F
                                                                                : int(Proc::PIX_FMT_BGRA32)));
     settings->SetFileSize(source_.fileSize);
     return settings;
+}
+
+FrameGeometry CoreEngine::GeometryOf(const std::vector<EditStep>& steps, std::size_t count) const
+{
+    const DataVideoPtr original = frames_.GetOriginalWorking();
+    FrameGeometry geometry(original ? original->GetFrameInfo() : source_.header.Upright());
+    for (std::size_t i = 0; i < count && i < steps.size(); ++i)
+        geometry.Apply(*steps[i].settings);
+    return geometry;
 }
 
 Conf::FrameInfo CoreEngine::LogicalInfoLocked(std::size_t stepCount) const

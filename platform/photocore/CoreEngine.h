@@ -176,8 +176,12 @@ private:
     // Caller holds historyMutex_.
     CoreRenderer::Target MakeTargetLocked(int reason, const std::string& name, bool wasSaved) const;
     Conf::FrameInfo LogicalInfoLocked(std::size_t stepCount) const;
-    // Caller holds metaMutex_.
-    std::shared_ptr<const SettingsCore> MakeSettingsLocked(const Conf::FrameInfo& info) const;
+    // Caller holds metaMutex_. Without `geometry`, the frame is the image as opened.
+    std::shared_ptr<const SettingsCore> MakeSettingsLocked(const Conf::FrameInfo& info,
+                                                           const FrameGeometry* geometry = nullptr) const;
+    // Where the original's pixels lie after the first `count` of `steps`. Caller holds
+    // historyMutex_ when `steps` is the history's.
+    FrameGeometry GeometryOf(const std::vector<EditStep>& steps, std::size_t count) const;
 
     void PostRender(CoreRenderer::Target target);
 
@@ -185,7 +189,7 @@ private:
     std::string GetFileName() const override;
     LoadInput GetLoadInput() const override;
     void OnFullFrame(const Conf::FrameInfo& info) override;
-    void OnRendered(const Conf::FrameInfo& info) override;
+    void OnRendered(const Conf::FrameInfo& info, const std::vector<EditStep>& steps) override;
     ICoreEventHandler::CoreEventStateChanged GetHistoryCounts() const override;
 
     const CoreSource source_;

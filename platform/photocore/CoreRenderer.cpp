@@ -179,7 +179,7 @@ void CoreRenderer::RunRender(const Target& target, std::uint64_t jobId)
     }
     const DataVideoPtr display = FrameOps::ToDisplay(working);
     frames_.SetCurrent(working, display, target.steps, MinAlphaOf(working, target.steps));
-    host_.OnRendered(working->GetFrameInfo());
+    host_.OnRendered(working->GetFrameInfo(), target.steps);
     const double elapsedMs = CountRender(MillisecondsSince(start));
     ICoreEventHandler::CoreEventStateChanged changed = host_.GetHistoryCounts();
     VLOG(30) << "Rendered \"" << target.name << "\" (" << target.steps.size() << " steps) in " << elapsedMs << " ms";

@@ -45,7 +45,7 @@ public:
         // The full frame is in the frames: the original and the current state have its size.
         virtual void OnFullFrame(const Conf::FrameInfo& info) = 0;
         // A render replaced the current frame with one of this size.
-        virtual void OnRendered(const Conf::FrameInfo& info) = 0;
+        virtual void OnRendered(const Conf::FrameInfo& info, const std::vector<EditStep>& steps) = 0;
         // The history's counts and saved state now, for the state-changed event.
         virtual ICoreEventHandler::CoreEventStateChanged GetHistoryCounts() const = 0;
 

@@ -9,6 +9,8 @@
 
 namespace Quelto::Lumindra::PhotoCore {
 
+class FrameGeometry;
+
 // Everything the editing core needs to know about one kind of edit (one settings class),
 // registered once in EditRegistry. Every method takes settings of the entry's own class
 // (EditRegistry::Get guarantees it) and is stateless and thread-safe.
@@ -33,6 +35,8 @@ public:
     virtual bool Equal(const Proc::SettingsBase& a, const Proc::SettingsBase& b) const = 0;
     // Whether the edit leaves the picture without an alpha channel.
     virtual bool RemovesAlpha(const Proc::SettingsBase& settings) const = 0;
+    // Moves `geometry` as the edit moves pixels (most edits keep them where they are).
+    virtual void MapGeometry(FrameGeometry& geometry, const Proc::SettingsBase& settings) const = 0;
 };
 
 } // namespace Quelto::Lumindra::PhotoCore

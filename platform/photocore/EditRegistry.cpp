@@ -6,6 +6,7 @@
 #include <boost/property_tree/ptree.hpp>
 
 #include "core/Exception.h"
+#include "photocore/FrameGeometry.h"
 #include "photocore/FrameOps.h"
 
 namespace Quelto::Lumindra::PhotoCore {
@@ -48,6 +49,10 @@ public:
         return Values(Cast(a)) == Values(Cast(b));
     }
     bool RemovesAlpha(const Proc::SettingsBase& settings) const final { return DropsAlpha(Cast(settings)); }
+    void MapGeometry(FrameGeometry& geometry, const Proc::SettingsBase& settings) const final
+    {
+        Move(geometry, Cast(settings));
+    }
 
 protected:
     virtual Conf::FrameInfo Size(const Conf::FrameInfo& info, const S&) const { return info; }
@@ -55,6 +60,7 @@ protected:
     virtual void Write(const S& settings, pt::ptree& tree) const = 0;
     virtual std::unique_ptr<S> Parse(const pt::ptree& tree) const = 0;
     virtual bool DropsAlpha(const S&) const { return false; }
+    virtual void Move(FrameGeometry&, const S&) const {}
     // Every value that makes an edit what it is, as a tuple compared by Equal.
     static auto Values(const S& settings);
 
@@ -113,6 +119,7 @@ class RotateOperation : public TypedOperation<Proc::SettingsRotate> {
     {
         return FrameOps::Rotate(*source, s.quarterTurns);
     }
+    void Move(FrameGeometry& geometry, const Proc::SettingsRotate& s) const override { geometry.Rotate(s.quarterTurns); }
     void Write(const Proc::SettingsRotate& s, pt::ptree& tree) const override { tree.put("quarterTurns", s.quarterTurns); }
     std::unique_ptr<Proc::SettingsRotate> Parse(const pt::ptree& tree) const override
     {
@@ -125,6 +132,7 @@ class FlipOperation : public TypedOperation<Proc::SettingsFlip> {
     {
         return FrameOps::Flip(*source, s.horizontal);
     }
+    void Move(FrameGeometry& geometry, const Proc::SettingsFlip& s) const override { geometry.Flip(s.horizontal); }
     void Write(const Proc::SettingsFlip& s, pt::ptree& tree) const override { tree.put("horizontal", s.horizontal); }
     std::unique_ptr<Proc::SettingsFlip> Parse(const pt::ptree& tree) const override
     {
@@ -140,6 +148,10 @@ class CropOperation : public TypedOperation<Proc::SettingsCrop> {
     DataVideoPtr Run(const DataVideoPtr& source, const Proc::SettingsCrop& s) const override
     {
         return FrameOps::Crop(*source, s.x, s.y, s.width, s.height);
+    }
+    void Move(FrameGeometry& geometry, const Proc::SettingsCrop& s) const override
+    {
+        geometry.Crop(s.x, s.y, s.width, s.height);
     }
     void Write(const Proc::SettingsCrop& s, pt::ptree& tree) const override
     {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <string>
 
+#include "photocore/FrameGeometry.h"
 #include "proc/FrameInfo.h"
 
 namespace Quelto::Lumindra::PhotoCore {
@@ -32,6 +33,9 @@ class SettingsCore {
 public:
     const Conf::FrameInfo& GetFrameInfo() const { return info_; }
     void SetFrameInfo(const Conf::FrameInfo& info) { info_ = info; }
+    // Where the pixels of the image as opened lie in this frame; unknown when not set.
+    const FrameGeometry& GetGeometry() const { return geometry_; }
+    void SetGeometry(const FrameGeometry& geometry) { geometry_ = geometry; }
     const GeneralFrameSettings& GetGeneral() const { return general_; }
     GeneralFrameSettings& GetGeneral() { return general_; }
     const PassThroughSettings& GetPassThrough() const { return passThrough_; }
@@ -43,6 +47,7 @@ public:
 
 private:
     Conf::FrameInfo info_;
+    FrameGeometry geometry_;
     GeneralFrameSettings general_;
     PassThroughSettings passThrough_;
     int pixFmt_ = -1;

@@ -6,9 +6,11 @@
 #include <QImage>
 #include <QProcess>
 #include <QUrl>
+#include <QTransform>
 
 #include <gtest/gtest.h>
 
+#include "support/CompareScreen.h"
 #include "support/TestSupport.h"
 
 namespace Quelto::Lumindra {
@@ -25,7 +27,8 @@ struct Shot {
     QImage image;
 };
 
-Shot RunScreenshot(const Support::Sandbox& sandbox, const QStringList& files, const QString& name)
+Shot RunScreenshot(const Support::Sandbox& sandbox, const QStringList& files, const QString& name,
+                  const QStringList& extra = {})
 {
     Shot shot;
     const QString out = sandbox.FilePath(name);
@@ -36,7 +39,7 @@ Shot RunScreenshot(const Support::Sandbox& sandbox, const QStringList& files, co
     env.insert(QStringLiteral("HOME"), sandbox.Path()); // settings and caches stay in the sandbox
     process.setProcessEnvironment(env);
     QStringList args {QStringLiteral("--screenshot"), out, QStringLiteral("--size"), QStringLiteral("1000x700")};
-    args << files;
+    args << extra << files;
     process.start(QStringLiteral(LUMINDRA_BINARY_DIR "/bin/lumindra"), args);
     if (!process.waitForFinished(180000)) {
         process.kill();
@@ -202,6 +205,59 @@ TEST(Screenshot, WithoutAFileTheBundledSampleIsShown)
     EXPECT_GT(PictureMatch(shot.image, layout.picture,
                            QImage(Support::TestDataPath(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg")))),
               24.0);
+}
+
+TEST(Screenshot, CompareShowsTheOriginalUprightBesideThePhotoEditedOnTheCommandLine)
+{
+    Support::Sandbox sandbox;
+    const QString photo = Support::TestDataPath(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg")); // 640x480
+    const Shot shot = RunScreenshot(sandbox, {photo}, QStringLiteral("compare.png"),
+                                    {"--compare", "--crop", "100,50,300,400", "--rotate", "90"});
+    ASSERT_EQ(shot.exitCode, 0) << shot.errors.toStdString();
+    const Layout layout = FindLayout(shot.image);
+    ASSERT_FALSE(layout.workspace.isEmpty());
+    const QImage workspace = shot.image.copy(layout.workspace).convertToFormat(QImage::Format_RGB32);
+    const Support::ComparisonOnScreen seen = Support::ReadComparison(workspace);
+    ASSERT_FALSE(seen.original.isEmpty() || seen.edited.isEmpty()) << "two pictures side by side";
+    EXPECT_GT(seen.separator, seen.original.right());
+    EXPECT_LT(seen.separator, seen.edited.left());
+
+    const QTransform quarter = QTransform().rotate(90);
+    const QImage original = QImage(photo).transformed(quarter);
+    const QImage edited = QImage(photo).copy(100, 50, 300, 400).transformed(quarter);
+    auto inner = [](const QRect& r) { return r.adjusted(1, 1, -1, -1); };
+    EXPECT_GT(PictureMatch(workspace, inner(seen.original), original), 21.0) << "the whole original, turned";
+    EXPECT_GT(PictureMatch(workspace, inner(seen.edited), edited), 21.0) << "the cropped and turned photo";
+    EXPECT_LT(PictureMatch(workspace, inner(seen.original), QImage(photo).transformed(QTransform().rotate(270))), 15.0)
+        << "turned the other way it does not match: the comparison can tell";
+    EXPECT_LT(PictureMatch(workspace, inner(seen.edited), QImage(photo).copy(100, 50, 300, 400)), 15.0);
+    EXPECT_NEAR(double(seen.original.width()) / seen.original.height(), 480.0 / 640.0, 0.03);
+    EXPECT_NEAR(double(seen.edited.width()) / seen.edited.height(), 400.0 / 300.0, 0.03);
+}
+
+TEST(Screenshot, AnEditThatCannotBeMadeExitsWithAMessageAndWritesNothing)
+{
+    Support::Sandbox sandbox;
+    const QString photo = Support::TestDataPath(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg"));
+    const struct {
+        QStringList words;
+        int exitCode;
+        const char* message;
+    } rows[] = {
+        {{"--rotate", "45"}, 1, "expected 90, 180 or 270"},
+        {{"--compare", "--flip", "sideways"}, 1, "expected h or v"},
+        {{"--compare", "--crop", "5000,0,10,10"}, 3, "outside the picture"},
+        {{"--rotate", "90", "--crop", "600,0,10,10"}, 3, "outside the picture"}, // inside only before the turn
+    };
+    int index = 0;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.words.join(' ').toStdString());
+        const QString name = QStringLiteral("refused-%1.png").arg(index++);
+        const Shot shot = RunScreenshot(sandbox, {photo}, name, row.words);
+        EXPECT_EQ(shot.exitCode, row.exitCode) << shot.errors.toStdString();
+        EXPECT_TRUE(shot.errors.contains(QLatin1String(row.message))) << shot.errors.toStdString();
+        EXPECT_FALSE(QFileInfo::exists(sandbox.FilePath(name)));
+    }
 }
 
 } // namespace

@@ -6,11 +6,16 @@
 #include <QApplication>
 #include <QFileInfo>
 #include <QImage>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
 #include "EditorHarness.h"
+#include "support/CompareScreen.h"
 #include "LumindraWorkspace/IWorkspaceController.h"
+#include "LumindraWorkspace/UI/CompareButton.h"
 #include "LumindraWorkspace/WorkspaceControllerProvider.h"
 #include "LumindraWorkspace/view/WorkspaceView.h"
 #include "photocore/IPhotoCoreIO.h"
@@ -157,6 +162,39 @@ TEST(EditorShapes, EveryShapeAtEveryWindowSizeFitsCentredAndSurvivesZoomAndResiz
     }
 }
 
+// Draws a crop as a person does (C, a drag over the picture, Enter) from and to fractions of the
+// picture on screen; returns the region in the pixels of a photo of `full` size.
+QRect DrawCrop(EditorHarness& editor, QPointF from, QPointF to, QSize full)
+{
+    WorkspaceView& view = editor.View();
+    const QRectF picture = PictureRect(view);
+    auto at = [&](QPointF f) {
+        return QPoint(qRound(picture.x() + f.x() * picture.width()), qRound(picture.y() + f.y() * picture.height()));
+    };
+    const QRectF scene = view.sceneRect();
+    const QPointF a = view.mapToScene(at(from)), b = view.mapToScene(at(to));
+    editor.Key(Qt::Key_C);
+    editor.Drag(at(from), at(to));
+    editor.Key(Qt::Key_Return);
+    return QRect(QPoint(qRound(a.x() / scene.width() * full.width()), qRound(a.y() / scene.height() * full.height())),
+                 QPoint(qRound(b.x() / scene.width() * full.width()) - 1,
+                        qRound(b.y() / scene.height() * full.height()) - 1));
+}
+
+// Waits until the full frame of an edited picture of `size` is on the canvas.
+void WaitForPicture(EditorHarness& editor, QSize size)
+{
+    WorkspaceView& view = editor.View();
+    EXPECT_TRUE(Support::WaitUntil(
+        [&] {
+            return editor.Window().IsFullFrameShown() && std::abs(view.sceneRect().width() - size.width()) <= 1
+                && std::abs(view.sceneRect().height() - size.height()) <= 1;
+        },
+        EditorHarness::kFrameWaitMs))
+        << "shown " << view.sceneRect().width() << "x" << view.sceneRect().height() << ", expected " << size.width()
+        << "x" << size.height();
+}
+
 // Source pixels of `region`, a quarter turn clockwise when `rotated`, as a small picture.
 QImage Expected(const QString& file, const QRect& region, bool rotated, QSize size, const QString& out)
 {
@@ -195,33 +233,11 @@ TEST(EditorEditing, CropOnThePreviewAndOnTheFullFrameThenRotateUndoRedoAndStepAw
     EditorHarness editor({1400, 900});
     WorkspaceView& view = editor.View();
 
-    // The region a person draws, as fractions of the picture on screen, in the full photo.
     auto drawCrop = [&](QPointF from, QPointF to) {
-        const QRectF picture = PictureRect(view);
-        auto at = [&](QPointF f) {
-            return QPoint(qRound(picture.x() + f.x() * picture.width()), qRound(picture.y() + f.y() * picture.height()));
-        };
-        const QRectF scene = view.sceneRect();
-        const QPointF a = view.mapToScene(at(from)), b = view.mapToScene(at(to));
-        const QSize full = editor.Window().IsFullFrameShown() ? scene.size().toSize() : QSize(kWidth, kHeight);
-        editor.Key(Qt::Key_C);
-        editor.Drag(at(from), at(to));
-        editor.Key(Qt::Key_Return);
-        return QRect(QPoint(qRound(a.x() / scene.width() * full.width()), qRound(a.y() / scene.height() * full.height())),
-                     QPoint(qRound(b.x() / scene.width() * full.width()) - 1,
-                            qRound(b.y() / scene.height() * full.height()) - 1));
+        return DrawCrop(editor, from, to,
+                        editor.Window().IsFullFrameShown() ? view.sceneRect().size().toSize() : QSize(kWidth, kHeight));
     };
-    auto waitForPicture = [&](QSize size) {
-        EXPECT_TRUE(Support::WaitUntil(
-            [&] {
-                return editor.Window().IsFullFrameShown()
-                    && std::abs(view.sceneRect().width() - size.width()) <= 1
-                    && std::abs(view.sceneRect().height() - size.height()) <= 1;
-            },
-            EditorHarness::kFrameWaitMs))
-            << "shown " << view.sceneRect().width() << "x" << view.sceneRect().height() << ", expected "
-            << size.width() << "x" << size.height();
-    };
+    auto waitForPicture = [&](QSize size) { WaitForPicture(editor, size); };
 
     // On the preview: nothing else runs between seeing it and pressing Enter.
     editor.Window().OpenFile(photo);
@@ -260,6 +276,111 @@ TEST(EditorEditing, CropOnThePreviewAndOnTheFullFrameThenRotateUndoRedoAndStepAw
     ASSERT_TRUE(editor.WaitForFullFrame(photo));
     waitForPicture({kWidth, kHeight});
     EXPECT_GT(Support::ShownPictureMatch(editor.Screen(), editor.PictureOnScreen(), photo), 28.0);
+}
+
+// How well a place on screen shows the expected picture; a pixel of margin is left out, where the
+// pictures meet the workspace.
+double Match(const QImage& screen, const QRect& place, const QString& file, const QRect& region, const QString& out)
+{
+    const QRect inner = place.adjusted(1, 1, -1, -1);
+    return Support::Psnr(screen.copy(inner), Expected(file, region, true, inner.size(), out));
+}
+
+TEST(EditorCompare, BackslashAndTheToolbarButtonShowTheOriginalBesideTheEditedPhotoThroughZoomAndScroll)
+{
+    constexpr int kWidth = 3000, kHeight = 2000;
+    Support::Sandbox sandbox;
+    const QString photo = Support::MakePhoto(sandbox.FilePath(QStringLiteral("photo.jpg")), {kWidth, kHeight}, 2);
+    EditorHarness editor({1400, 900});
+    WorkspaceView& view = editor.View();
+    CompareButton& button = *editor.Window().GetCompareButton();
+    ASSERT_TRUE(editor.Open(photo));
+
+    // Edited: cropped, then turned a quarter clockwise; the original is compared upright too.
+    const QRect region = DrawCrop(editor, {0.3, 0.25}, {0.75, 0.8}, {kWidth, kHeight});
+    WaitForPicture(editor, region.size());
+    editor.Key(Qt::Key_R, Qt::ControlModifier);
+    WaitForPicture(editor, region.size().transposed());
+    const QRect whole(0, 0, kWidth, kHeight);
+
+    // The window lets a release of the key wait a moment (it may be the key repeating).
+    QSignalSpy hotkeys(&editor.Window(), &App::MainWindow::hotkeyActivated);
+    editor.Key(Qt::Key_Backslash);
+    ASSERT_TRUE(Support::WaitUntil([&] { return hotkeys.size() == 2; })) << "the press and the release";
+    ASSERT_TRUE(button.IsActive()) << "a tap of the key switches the comparison on";
+    QApplication::processEvents();
+    QImage screen = editor.Screen();
+    Support::ComparisonOnScreen seen = Support::ReadComparison(screen);
+    ASSERT_FALSE(seen.original.isEmpty() || seen.edited.isEmpty()) << "two pictures side by side";
+    EXPECT_GT(Match(screen, seen.original, photo, whole, sandbox.FilePath("o.png")), 26.0) << "the original on the left";
+    EXPECT_GT(Match(screen, seen.edited, photo, region, sandbox.FilePath("e.png")), 26.0) << "the edited on the right";
+    EXPECT_LT(Match(screen, seen.original, photo, region, sandbox.FilePath("x.png")), 20.0) << "and not the other way";
+    EXPECT_NEAR(double(seen.original.width()) / seen.original.height(), double(kHeight) / kWidth, 0.02);
+    EXPECT_GT(seen.separator, seen.original.right());
+    EXPECT_LT(seen.separator, seen.edited.left());
+
+    // The separator runs from the top of the view to the bottom, also zoomed in and scrolled.
+    auto expectSeparatorSpans = [&](const char* when) {
+        SCOPED_TRACE(when);
+        QApplication::processEvents();
+        screen = editor.Screen();
+        seen = Support::ReadComparison(screen);
+        ASSERT_GE(seen.separator, 0) << "no separator across the middle";
+        EXPECT_TRUE(Support::IsSeparatorColour(screen.pixelColor(seen.separator, 0)));
+        EXPECT_TRUE(Support::IsSeparatorColour(screen.pixelColor(seen.separator, screen.height() - 1)));
+    };
+    expectSeparatorSpans("at the fit zoom");
+    for (int notch = 0; notch < 4; ++notch)
+        editor.Wheel(QPoint(seen.separator, view.viewport()->height() / 2), true);
+    ASSERT_GT(view.verticalScrollBar()->maximum(), 0) << "zoomed in far enough to scroll";
+    expectSeparatorSpans("zoomed in with the wheel");
+    for (int i = 0; i < 12; ++i)
+        editor.Key(Qt::Key_Down);
+    EXPECT_GT(view.verticalScrollBar()->value(), 0);
+    expectSeparatorSpans("scrolled down");
+
+    // The toolbar button switches back: the edited photo alone, fitted as before.
+    QTest::mouseClick(&button, Qt::LeftButton, Qt::NoModifier, QPoint(4, button.height() / 2));
+    EXPECT_FALSE(button.IsActive());
+    EXPECT_TRUE(view.IsFitToView());
+    QApplication::processEvents();
+    screen = editor.Screen();
+    EXPECT_GT(Match(screen, editor.PictureOnScreen(), photo, region, sandbox.FilePath("back.png")), 26.0);
+
+    // Held, the key shows the comparison only while it is down.
+    button.SetHoldTime(0);
+    QWidget* focus = QApplication::focusWidget() ? QApplication::focusWidget() : &editor.Window();
+    QTest::keyPress(focus, Qt::Key_Backslash);
+    EXPECT_TRUE(button.IsActive());
+    // The key repeating while held (a release and at once a press) does not count as letting go.
+    QTest::keyRelease(focus, Qt::Key_Backslash);
+    QTest::keyPress(focus, Qt::Key_Backslash);
+    QApplication::processEvents();
+    EXPECT_TRUE(button.IsActive());
+    QTest::keyRelease(focus, Qt::Key_Backslash);
+    EXPECT_TRUE(Support::WaitUntil([&] { return !button.IsActive(); }));
+}
+
+TEST(EditorCompare, AComparisonMadeOnThePreviewShowsTheFullPicturesOnceTheyAreDecoded)
+{
+    constexpr int kWidth = 8000, kHeight = 6000; // long enough to decode that the preview shows first
+    Support::Sandbox sandbox;
+    const QString photo = Support::MakePhoto(sandbox.FilePath(QStringLiteral("big.jpg")), {kWidth, kHeight}, 1);
+    EditorHarness editor({1200, 800});
+    WorkspaceView& view = editor.View();
+    CompareButton& button = *editor.Window().GetCompareButton();
+    editor.Window().OpenFile(photo);
+    ASSERT_TRUE(Support::WaitUntil(
+        [&] { return editor.Window().GetController() && view.sceneRect().width() > 0; }, EditorHarness::kFrameWaitMs));
+    ASSERT_FALSE(editor.Window().IsFullFrameShown()) << "the full frame came before the preview could be used";
+
+    ASSERT_TRUE(button.SetActive(true));
+    EXPECT_LT(view.sceneRect().width(), 2 * kWidth) << "the pair of previews";
+    ASSERT_TRUE(editor.WaitForFullFrame(photo));
+    EXPECT_TRUE(Support::WaitUntil([&] { return view.sceneRect().width() > 2 * kWidth; }))
+        << "the pair at full resolution: " << view.sceneRect().width();
+    EXPECT_TRUE(button.IsActive());
+    EXPECT_TRUE(view.IsFitToView());
 }
 
 } // namespace
