@@ -77,17 +77,17 @@ QString WhyNotWritable(const QFileInfo& target)
     const QString folder = QDir::toNativeSeparators(target.absolutePath());
     const QFileInfo folderInfo(target.absolutePath());
     if (!folderInfo.exists())
-        return Tr("the folder “%1” does not exist").arg(folder);
+        return Tr(QT_TRANSLATE_NOOP("PhotoCore", "the folder “%1” does not exist")).arg(folder);
     if (!folderInfo.isDir())
-        return Tr("“%1” is not a folder").arg(folder);
+        return Tr(QT_TRANSLATE_NOOP("PhotoCore", "“%1” is not a folder")).arg(folder);
     if (target.isDir())
-        return Tr("“%1” is a folder").arg(target.fileName());
+        return Tr(QT_TRANSLATE_NOOP("PhotoCore", "“%1” is a folder")).arg(target.fileName());
     if (target.exists() && !target.isFile())
-        return Tr("“%1” is not a regular file").arg(target.fileName());
+        return Tr(QT_TRANSLATE_NOOP("PhotoCore", "“%1” is not a regular file")).arg(target.fileName());
     if (target.exists() && !target.isWritable())
-        return Tr("“%1” is read-only").arg(target.fileName());
+        return Tr(QT_TRANSLATE_NOOP("PhotoCore", "“%1” is read-only")).arg(target.fileName());
     if (!folderInfo.isWritable())
-        return Tr("the folder “%1” is read-only").arg(folder);
+        return Tr(QT_TRANSLATE_NOOP("PhotoCore", "the folder “%1” is read-only")).arg(folder);
     return QString();
 }
 
@@ -131,15 +131,17 @@ std::uint64_t CoreIO::StartSave(const SettingsSave& settings)
     };
     std::string target = settings.GetFileName();
     if (target.empty())
-        return refuse(SaveResultFailed, target, Tr("no file name was given"));
+        return refuse(SaveResultFailed, target, Tr(QT_TRANSLATE_NOOP("PhotoCore", "no file name was given")));
     const QString suffix = QFileInfo(FromUtf8(target)).suffix();
     const std::string extension = settings.GetFileExt().empty() ? ToUtf8(suffix.toLower()) : settings.GetFileExt();
     const auto description = PhotoUtil::FormatHelper::GetFormatDescriptionForExtension(extension, true);
     const std::string codec = settings.GetCodecID().empty() ? description.second.codecId : settings.GetCodecID();
     if (codec.empty() || !ImageEncoder::CanWrite(codec))
         return refuse(SaveResultFormatRefused, target,
-                      extension.empty() ? Tr("the file name has no extension, so the format is unknown")
-                                        : Tr("“.%1” is not a format pictures can be saved in").arg(FromUtf8(extension)));
+                      extension.empty()
+                          ? Tr(QT_TRANSLATE_NOOP("PhotoCore", "the file name has no extension, so the format is unknown"))
+                          : Tr(QT_TRANSLATE_NOOP("PhotoCore", "“.%1” is not a format pictures can be saved in"))
+                                .arg(FromUtf8(extension)));
     if (suffix.isEmpty() && settings.GetForceSuffix() && !description.second.extensions.empty())
         target += "." + description.second.extensions.front();
 
@@ -176,7 +178,8 @@ std::uint64_t CoreIO::StartSave(const SettingsSave& settings)
             // On the render thread, after the renders asked for before the save.
             Proc::DataVideoPtr frame = engine->GetWorkingFrame();
             if (!frame)
-                throw PhotoCoreException(ToUtf8(Tr("the full picture could not be read from its file")));
+                throw PhotoCoreException(
+                    ToUtf8(Tr(QT_TRANSLATE_NOOP("PhotoCore", "the full picture could not be read from its file"))));
             if (overlay && !Proc::AlphaRange::Of(*overlay).IsInvisible())
                 frame = FrameOps::CompositeOver(*frame, *overlay);
             ImageEncoder::Write(*frame, codec, formatSettings, dpi, temporary);
@@ -186,7 +189,8 @@ std::uint64_t CoreIO::StartSave(const SettingsSave& settings)
                 QFile::setPermissions(FromUtf8(temporary), QFile::permissions(FromUtf8(target)));
             if (std::rename(temporary.c_str(), target.c_str()) != 0)
                 throw PhotoCoreException(
-                    ToUtf8(Tr("the file cannot be replaced: %1").arg(QString::fromLocal8Bit(std::strerror(errno)))));
+                    ToUtf8(Tr(QT_TRANSLATE_NOOP("PhotoCore", "the file cannot be replaced: %1"))
+                               .arg(QString::fromLocal8Bit(std::strerror(errno)))));
         } catch (const std::exception& e) {
             QFile::remove(FromUtf8(temporary));
             LOG(ERROR) << "Saving " << target << " failed: " << e.what();
