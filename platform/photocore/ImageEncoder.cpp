@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 
 #include "core/Exception.h"
+#include "photocore/JpegEncoder.h"
 #include "proc/PixelConverter.h"
 #include "proc/Vips.h"
 
@@ -82,16 +83,21 @@ void ImageEncoder::Write(const Proc::IDataVideo& frame, const std::string& codec
 {
     if (!CanWrite(codec))
         throw Core::Exception("Images cannot be written as \"" + codec + "\"");
+    const int quality = std::clamp(Value(settings, codec, PhotoUtil::IFormatSettings::QUALITY, kDefaultQuality), 1, 100);
+    if (codec == "jpeg") {
+        // Flattened onto white the way the core flattens, so a saved file shows what the screen did.
+        const bool ready = frame.GetPixFmt() == Proc::PIX_FMT_BGRA32 && frame.IsOpaque();
+        const Proc::DataVideoPtr eightBit =
+            ready ? nullptr : Proc::PixelConverter::Convert(frame, Proc::PIX_FMT_BGRA32, Proc::PixelConverter::Pad {});
+        JpegEncoder::Write(ready ? frame : *eightBit, quality, dpi, utf8Path);
+        return;
+    }
     Proc::EnsureVipsStarted();
     using Opt = vips::VOption;
     try {
+        // Every format below keeps alpha.
         const bool keepsDepth = codec == "png" || codec == "tiff";
-        const bool keepsAlpha = codec != "jpeg";
-        // Flattened onto white the way the core flattens, so a saved file shows what the screen did.
-        Proc::DataVideoPtr flattened;
-        if (!frame.IsOpaque() && !keepsAlpha)
-            flattened = Proc::PixelConverter::Convert(frame, frame.GetPixFmt(), Proc::PixelConverter::Pad {});
-        vips::VImage image = View(flattened ? *flattened : frame);
+        vips::VImage image = View(frame);
         if (image.format() != VIPS_FORMAT_UCHAR && !keepsDepth)
             image = image.colourspace(VIPS_INTERPRETATION_sRGB);
         if (image.format() != VIPS_FORMAT_UCHAR && image.format() != VIPS_FORMAT_USHORT)
@@ -101,11 +107,8 @@ void ImageEncoder::Write(const Proc::IDataVideo& frame, const std::string& codec
         image = image.copy(vips::VImage::option()->set("xres", pixelsPerMm)->set("yres", pixelsPerMm));
 
         const char* path = utf8Path.c_str();
-        const int quality = std::clamp(Value(settings, codec, PhotoUtil::IFormatSettings::QUALITY, kDefaultQuality), 1, 100);
         Opt* options = vips::VImage::option()->set("strip", true);
-        if (codec == "jpeg") {
-            image.jpegsave(path, options->set("Q", quality));
-        } else if (codec == "png") {
+        if (codec == "png") {
             const int level = std::clamp(
                 Value(settings, codec, PhotoUtil::IFormatSettings::COMPRESSION, kDefaultPngCompression), 0, 9);
             image.pngsave(path, options->set("compression", level));
