@@ -10,9 +10,9 @@
 #include <QProcess>
 #include <QStandardPaths>
 
-#include <exiv2/exiv2.hpp>
 #include <gtest/gtest.h>
 
+#include "support/SavedFiles.h"
 #include "support/TestSupport.h"
 
 namespace Quelto::Lumindra {
@@ -53,27 +53,6 @@ ExportRun Export(const Support::Sandbox& sandbox, const QStringList& arguments, 
     return run;
 }
 
-std::map<std::string, std::string> Exif(const QString& path)
-{
-    std::map<std::string, std::string> tags;
-    auto image = Exiv2::ImageFactory::open(path.toStdString());
-    image->readMetadata();
-    for (const auto& datum : image->exifData())
-        tags[datum.key()] = datum.toString();
-    return tags;
-}
-
-bool HasGps(const std::map<std::string, std::string>& tags)
-{
-    return std::any_of(tags.begin(), tags.end(), [](const auto& tag) { return tag.first.rfind("Exif.GPSInfo.", 0) == 0; });
-}
-
-QByteArray Contents(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 TEST(Export, WritesTheEditedPhotoWithTheChosenMetadata)
 {
     Support::Sandbox sandbox;
@@ -86,18 +65,18 @@ TEST(Export, WritesTheEditedPhotoWithTheChosenMetadata)
                                QStringLiteral("--rotate"), QStringLiteral("90"), photo});
     ASSERT_EQ(run.exitCode, 0) << run.errors.toStdString();
     EXPECT_EQ(QImage(sandbox.FilePath(QStringLiteral("turned.webp"))).size(), size.transposed());
-    auto tags = Exif(sandbox.FilePath(QStringLiteral("turned.webp")));
+    auto tags = Support::ReadTagsWithExiv2(sandbox.FilePath(QStringLiteral("turned.webp")));
     EXPECT_EQ(tags["Exif.Image.Artist"], "Ann Lee");
     EXPECT_EQ(tags["Exif.Image.ImageDescription"], "Harbour at dawn");
     EXPECT_EQ(tags["Exif.Image.Orientation"], "1");
-    EXPECT_FALSE(HasGps(tags));
+    EXPECT_FALSE(Support::HasTagGroup(tags, "Exif.GPSInfo."));
     EXPECT_EQ(tags.count("Exif.Image.Make"), 1u);
 
     run = Export(sandbox, {QStringLiteral("stripped.jpg"), QStringLiteral("--strip-metadata"), photo});
     ASSERT_EQ(run.exitCode, 0) << run.errors.toStdString();
-    tags = Exif(sandbox.FilePath(QStringLiteral("stripped.jpg")));
+    tags = Support::ReadTagsWithExiv2(sandbox.FilePath(QStringLiteral("stripped.jpg")));
     EXPECT_EQ(tags.count("Exif.Image.Make"), 0u);
-    EXPECT_TRUE(HasGps(tags)) << "stripping the metadata alone keeps the positions";
+    EXPECT_TRUE(Support::HasTagGroup(tags, "Exif.GPSInfo.")) << "stripping the metadata alone keeps the positions";
 }
 
 // No one answers the transparency question: the export goes on, white where it was clear, and
@@ -177,11 +156,10 @@ TEST(Export, EachFailureHasItsCodeAndReasonAndLeavesTheOldFile)
         EXPECT_EQ(run.exitCode, c.exitCode) << run.errors.toStdString();
         EXPECT_TRUE(run.errors.contains(QString::fromUtf8(c.reason))) << run.errors.toStdString();
         if (c.oldFile) {
-            EXPECT_EQ(Contents(sandbox.FilePath(QString::fromLatin1(c.oldFile))), old);
+            EXPECT_EQ(Support::FileContents(sandbox.FilePath(QString::fromLatin1(c.oldFile))), old);
         }
         for (const QString& folder : {sandbox.Path(), sandbox.FilePath(QStringLiteral("locked"))})
-            EXPECT_TRUE(QDir(folder).entryList({QStringLiteral("*.part"), QStringLiteral(".*tmp*")}, QDir::Files | QDir::Hidden).isEmpty())
-                << folder.toStdString();
+            EXPECT_TRUE(Support::TemporaryFilesIn(folder).isEmpty()) << folder.toStdString();
     }
     QFile::setPermissions(sandbox.FilePath(QStringLiteral("locked")), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 }

@@ -15,12 +15,12 @@
 #include <QTest>
 #include <QTimer>
 
-#include <exiv2/exiv2.hpp>
 #include <gtest/gtest.h>
 
 #include "EditorHarness.h"
 #include "SaveDialog.h"
 #include "photocore/IPhotoCoreIO.h"
+#include "support/SavedFiles.h"
 
 namespace Quelto::Lumindra {
 namespace {
@@ -28,21 +28,6 @@ namespace {
 namespace Support = ::Quelto::Lumindra::Test;
 using Support::EditorHarness;
 using IO = PhotoCore::IPhotoCoreIO;
-
-std::map<std::string, std::string> Exif(const QString& path)
-{
-    std::map<std::string, std::string> tags;
-    auto image = Exiv2::ImageFactory::open(path.toStdString());
-    image->readMetadata();
-    for (const auto& datum : image->exifData())
-        tags[datum.key()] = datum.toString();
-    return tags;
-}
-
-bool HasGps(const std::map<std::string, std::string>& tags)
-{
-    return std::any_of(tags.begin(), tags.end(), [](const auto& tag) { return tag.first.rfind("Exif.GPSInfo.", 0) == 0; });
-}
 
 QAction* Action(App::MainWindow& window, const QKeySequence& key)
 {
@@ -97,7 +82,7 @@ TEST(EditorSaving, SaveOverTheFileThenSaveAsWithTheWindowThenAFailureThatSaysWhy
     EXPECT_EQ(QImage(photo).size(), size.transposed());
     EXPECT_FALSE(window.isWindowModified());
     EXPECT_TRUE(save->isEnabled());
-    EXPECT_TRUE(HasGps(Exif(photo))) << "nothing was chosen to be stripped";
+    EXPECT_TRUE(Support::HasTagGroup(Support::ReadTagsWithExiv2(photo), "Exif.GPSInfo.")) << "nothing was chosen to be stripped";
 
     // Save As: the save window, filled in as a person does.
     const QString copy = sandbox.FilePath(QStringLiteral("album/copy.webp"));
@@ -113,9 +98,9 @@ TEST(EditorSaving, SaveOverTheFileThenSaveAsWithTheWindowThenAFailureThatSaysWhy
     editor.Key(Qt::Key_S, Qt::ControlModifier | Qt::ShiftModifier);
     ASSERT_TRUE(Support::WaitUntil([&] { return finished.size() == 2; }));
     EXPECT_EQ(finished[1][0].toInt(), int(IO::SaveResultSuccess)) << finished[1][2].toString().toStdString();
-    const auto tags = Exif(copy);
+    const auto tags = Support::ReadTagsWithExiv2(copy);
     EXPECT_EQ(tags.count("Exif.Image.Artist") ? tags.at("Exif.Image.Artist") : "", "Ann Lee");
-    EXPECT_FALSE(HasGps(tags));
+    EXPECT_FALSE(Support::HasTagGroup(tags, "Exif.GPSInfo."));
     EXPECT_TRUE(window.windowTitle().startsWith(QStringLiteral("copy.webp"))) << window.windowTitle().toStdString();
 
     // The folder goes while the picture is open: Ctrl+S says why it cannot save, and the edit is

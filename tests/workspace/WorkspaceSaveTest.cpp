@@ -17,13 +17,12 @@
 #include <QFileInfo>
 #include <QImage>
 
-#include <exiv2/exiv2.hpp>
-
 #include "LumindraWorkspace/WorkspaceController.h"
 #include "LumindraWorkspace/scene/WorkspaceScene.h"
 #include "ProviderFixture.h"
 #include "photocore/StatisticsEventHandler.h"
 #include "sceneitem/ShapeItem.h"
+#include "support/SavedFiles.h"
 
 namespace Quelto::Lumindra {
 namespace {
@@ -31,42 +30,10 @@ namespace {
 namespace TS = ::Quelto::Lumindra::Test;
 using PhotoCore::IPhotoCoreIO;
 using Stats = PhotoCore::IStatisticsEventHandler;
-using Tags = std::map<std::string, std::string>;
-
-// Every EXIF, XMP and IPTC entry of a file as the metadata library reads it.
-Tags ReadWithExiv2(const QString& path)
-{
-    Tags tags;
-    try {
-        auto image = Exiv2::ImageFactory::open(path.toStdString());
-        image->readMetadata();
-        for (const auto& datum : image->exifData())
-            tags[datum.key()] = datum.toString();
-        for (const auto& datum : image->xmpData())
-            tags[datum.key()] = datum.toString();
-        for (const auto& datum : image->iptcData())
-            tags[datum.key()] = datum.toString();
-    } catch (const Exiv2::AnyError& e) {
-        ADD_FAILURE() << path.toStdString() << ": " << e.what();
-    }
-    return tags;
-}
-
-bool HasGroup(const Tags& tags, const std::string& prefix)
-{
-    return std::any_of(tags.begin(), tags.end(), [&](const auto& tag) { return tag.first.rfind(prefix, 0) == 0; });
-}
-
-QStringList PartFiles(const QString& folder)
-{
-    return QDir(folder).entryList({QStringLiteral("*.part"), QStringLiteral(".*tmp*")}, QDir::Files | QDir::Hidden);
-}
-
-QByteArray Contents(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
+using TS::FileContents;
+using TS::HasTagGroup;
+using TS::ReadTagsWithExiv2;
+using TS::Tags;
 
 // Limits the size of files this process writes for its life, as a full disk would; writes
 // beyond it fail with an error instead of the signal that would end the process.
@@ -134,8 +101,8 @@ TEST_F(WorkspaceSaveTest, MetadataChoicesAreWhatTheMetadataLibraryReadsBack)
         const char* author;
         const char* comment;
     };
-    const Tags source = ReadWithExiv2(TS::TestDataPath(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg")));
-    ASSERT_TRUE(HasGroup(source, "Exif.GPSInfo.") && source.count("Exif.Image.Make")) << "the sample lost its tags";
+    const Tags source = ReadTagsWithExiv2(TS::TestDataPath(QStringLiteral("exif-samples/jpg/gps/DSCN0010.jpg")));
+    ASSERT_TRUE(HasTagGroup(source, "Exif.GPSInfo.") && source.count("Exif.Image.Make")) << "the sample lost its tags";
     int index = 0;
     for (const Case& c : {Case {"neither: everything, author and comment added", false, false, "Ann Lee", "Harbour"},
                           Case {"GPS alone drops only the positions", false, true, "", ""},
@@ -153,8 +120,8 @@ TEST_F(WorkspaceSaveTest, MetadataChoicesAreWhatTheMetadataLibraryReadsBack)
         const QString target = sandbox_.FilePath(QStringLiteral("saved-%1.jpg").arg(index++));
         ASSERT_EQ(SaveAs(*controller, target), IPhotoCoreIO::SaveResultSuccess);
 
-        const Tags saved = ReadWithExiv2(target);
-        EXPECT_EQ(HasGroup(saved, "Exif.GPSInfo."), !c.removeGps);
+        const Tags saved = ReadTagsWithExiv2(target);
+        EXPECT_EQ(HasTagGroup(saved, "Exif.GPSInfo."), !c.removeGps);
         if (*c.author) {
             EXPECT_EQ(saved.count("Exif.Image.Artist") ? saved.at("Exif.Image.Artist") : "", c.author);
         }
@@ -186,7 +153,7 @@ TEST_F(WorkspaceSaveTest, ATurnedPhotoIsWrittenUprightWithOrientationOne)
     auto controller = Open(sandbox_.CopyTestData(QStringLiteral("exif-samples/jpg/orientation/landscape_6.jpg")));
     const QString target = sandbox_.FilePath(QStringLiteral("upright.jpg"));
     ASSERT_EQ(SaveAs(*controller, target), IPhotoCoreIO::SaveResultSuccess);
-    const Tags saved = ReadWithExiv2(target);
+    const Tags saved = ReadTagsWithExiv2(target);
     ASSERT_TRUE(saved.count("Exif.Image.Orientation"));
     EXPECT_EQ(saved.at("Exif.Image.Orientation"), "1");
     // The two samples were encoded apart: the upright one must match clearly better than any
@@ -225,7 +192,7 @@ TEST_F(WorkspaceSaveTest, TransparencyBecomesWhiteOnlyAfterContinue)
         EXPECT_TRUE(alert.Texts().front().contains(QStringLiteral("JPEG")));
         if (answer == QDialogButtonBox::Cancel) {
             EXPECT_EQ(result, IPhotoCoreIO::SaveResultCancelled);
-            EXPECT_EQ(Contents(target), QByteArray("the person's old file"));
+            EXPECT_EQ(FileContents(target), QByteArray("the person's old file"));
             continue;
         }
         ASSERT_EQ(result, IPhotoCoreIO::SaveResultSuccess);
@@ -236,7 +203,7 @@ TEST_F(WorkspaceSaveTest, TransparencyBecomesWhiteOnlyAfterContinue)
         EXPECT_GE(std::min({clear.red(), clear.green(), clear.blue()}), 250) << clear.name().toStdString();
         EXPECT_LE(std::abs(kept.blue() - 200) + std::abs(kept.red() - 30), 12) << kept.name().toStdString();
     }
-    EXPECT_TRUE(PartFiles(sandbox_.Path()).isEmpty());
+    EXPECT_TRUE(TS::TemporaryFilesIn(sandbox_.Path()).isEmpty());
 }
 
 // A shape that reaches 50 pixels left of the picture: the part on the picture is in the saved
@@ -353,7 +320,7 @@ TEST_F(WorkspaceSaveTest, ATargetThatCannotBeWrittenSaysWhyAndLeavesTheOldFile)
     auto controller = Open(QString::fromStdString(Photo(QStringLiteral("photo.jpg"))));
     const QString old = sandbox_.FilePath(QStringLiteral("old.jpg"));
     ASSERT_TRUE(QFile::copy(QString::fromStdString(Photo(QStringLiteral("other.jpg"))), old));
-    const QByteArray before = Contents(old);
+    const QByteArray before = FileContents(old);
     ASSERT_TRUE(QDir(sandbox_.Path()).mkdir(QStringLiteral("a folder.png")));
     // Noise compresses badly: the encoded picture is far beyond the limit.
     QImage noise(1500, 1000, QImage::Format_RGB32);
@@ -392,8 +359,8 @@ TEST_F(WorkspaceSaveTest, ATargetThatCannotBeWrittenSaysWhyAndLeavesTheOldFile)
         ASSERT_EQ(outcomes.size(), 1u);
         EXPECT_EQ(outcomes[0].result, c.result);
         EXPECT_TRUE(outcomes[0].reason.contains(QString::fromUtf8(c.reason))) << outcomes[0].reason.toStdString();
-        EXPECT_EQ(Contents(old), before);
-        EXPECT_TRUE(PartFiles(sandbox_.Path()).isEmpty()) << PartFiles(sandbox_.Path()).join(' ').toStdString();
+        EXPECT_EQ(FileContents(old), before);
+        EXPECT_TRUE(TS::TemporaryFilesIn(sandbox_.Path()).isEmpty()) << TS::TemporaryFilesIn(sandbox_.Path()).join(' ').toStdString();
     }
 }
 
