@@ -599,20 +599,23 @@ void MainWindow::SaveAs()
     SaveChoices initial = SaveChoices::Of(*controller, suggested);
     if (initial.author.isEmpty())
         initial.author = SaveChoices::DefaultAuthor();
-    const std::weak_ptr<IWorkspaceController> weak = controller;
-    SaveDialog dialog(
-        initial,
-        [weak](const QString& fileName) {
-            const auto c = weak.lock();
-            return c ? SaveChoices::Of(*c, fileName) : SaveChoices();
-        },
-        QFileInfo(current).isAbsolute() ? current : QString(), this);
-    const int answer = dialog.exec();
-    // Without a window manager the keyboard would stay with the closed dialog.
-    activateWindow();
-    if (answer != QDialog::Accepted || controller_.lock() != controller)
-        return;
-    const SaveChoices choices = dialog.GetChoices();
+    SaveChoices choices;
+    {
+        const std::weak_ptr<IWorkspaceController> weak = controller;
+        SaveDialog dialog(
+            initial,
+            [weak](const QString& fileName) {
+                const auto c = weak.lock();
+                return c ? SaveChoices::Of(*c, fileName) : SaveChoices();
+            },
+            QFileInfo(current).isAbsolute() ? current : QString(), this);
+        const bool accepted = dialog.exec() == QDialog::Accepted;
+        // Without a window manager the keyboard would stay with the closed dialog.
+        activateWindow();
+        choices = dialog.GetChoices();
+        if (!accepted || controller_.lock() != controller)
+            return;
+    } // gone before the save asks anything: a question must not take it as its parent
     choices.ApplyTo(controller->MetadataSettings());
     choices.StoreAsDefaults();
     Util::SaveDirPath(QFileInfo(choices.fileName).absolutePath().toStdString(), Util::Settings::SAVE);
@@ -643,6 +646,7 @@ void MainWindow::OnSaveDone(const IWorkspaceController::SaveOutcome& outcome)
     using IO = PhotoCore::IPhotoCoreIO;
     saveProgress_->setVisible(false);
     const QString name = QFileInfo(outcome.fileName).fileName();
+    QString failure;
     if (outcome.result == IO::SaveResultSuccess) {
         statusBar()->showMessage(tr("Saved “%1”").arg(name), 5000);
     } else if (outcome.result == IO::SaveResultCancelled) {
@@ -652,15 +656,16 @@ void MainWindow::OnSaveDone(const IWorkspaceController::SaveOutcome& outcome)
         statusBar()->showMessage(tr("“%1” cannot be saved in its own format; choose another").arg(name), 10000);
         QTimer::singleShot(0, this, [this] { SaveAs(); });
     } else {
-        const QString message = tr("“%1” could not be saved: %2.").arg(name, outcome.reason);
-        statusBar()->showMessage(message, 15000);
-        if (!unattended_)
-            QMessageBox::warning(this, windowTitle(), message);
+        failure = tr("“%1” could not be saved: %2.").arg(name, outcome.reason);
+        statusBar()->showMessage(failure, 15000);
     }
     overwriting_ = false;
     UpdateActions();
     UpdateStatus();
     Q_EMIT saveFinished(int(outcome.result), outcome.fileName, outcome.reason);
+    // Last: the window is up to date while the person reads it.
+    if (!failure.isEmpty() && !unattended_)
+        QMessageBox::warning(this, windowTitle(), failure);
 }
 
 void MainWindow::Paste()

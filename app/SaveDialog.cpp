@@ -80,7 +80,9 @@ SaveDialog::SaveDialog(const SaveChoices& initial, ChoicesFor choicesFor, const 
             [this](int value) { qualities_[qualityExtension_] = value; });
 
     auto* form = new QFormLayout;
-    form->addRow(tr("File &name:"), fileRow);
+    auto* fileLabel = new QLabel(tr("File &name:"), this);
+    fileLabel->setBuddy(fileName_);
+    form->addRow(fileLabel, fileRow);
     form->addRow(tr("&Format:"), format_);
     qualityLabel_ = new QLabel(tr("&Quality:"), this);
     qualityLabel_->setBuddy(quality_);
