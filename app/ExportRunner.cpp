@@ -182,7 +182,11 @@ ExportRunner::Result ExportRunner::Run(const Options& options)
         const ContinueUnasked unasked(notes);
         IWorkspaceController::SaveSettings save;
         save.fileName = choices.fileName;
-        controller->StartSave(save, [&outcome](const IWorkspaceController::SaveOutcome& o) { outcome = o; });
+        try {
+            controller->StartSave(save, [&outcome](const IWorkspaceController::SaveOutcome& o) { outcome = o; });
+        } catch (const std::exception& e) {
+            return {ExitSaveFailed, tr("“%1” could not be saved: %2").arg(choices.fileName, QString::fromStdString(e.what()))};
+        }
         controller->WaitForSave();
         // An outcome known before the write (none is expected here) comes through the event loop.
         while (!outcome)

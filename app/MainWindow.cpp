@@ -1,6 +1,7 @@
 #include "MainWindow.h"
 
 #include <algorithm>
+#include <exception>
 #include <utility>
 
 #include <QAction>
@@ -632,8 +633,18 @@ void MainWindow::StartSaving(const QString& fileName,
                              const std::function<bool(IWorkspaceController::SaveDone)>& start)
 {
     const QString name = QFileInfo(fileName).fileName();
-    if (!start([this](const IWorkspaceController::SaveOutcome& outcome) { OnSaveDone(outcome); })) {
-        statusBar()->showMessage(tr("A save of this picture is still running; try again when it is done"), 5000);
+    try {
+        if (!start([this](const IWorkspaceController::SaveOutcome& outcome) { OnSaveDone(outcome); })) {
+            statusBar()->showMessage(tr("A save of this picture is still running; try again when it is done"), 5000);
+            return;
+        }
+    } catch (const std::exception& e) {
+        LOG(ERROR) << "Saving " << fileName.toStdString() << " could not start: " << e.what();
+        IWorkspaceController::SaveOutcome outcome;
+        outcome.result = PhotoCore::IPhotoCoreIO::SaveResultFailed;
+        outcome.fileName = fileName;
+        outcome.reason = QString::fromStdString(e.what());
+        OnSaveDone(outcome);
         return;
     }
     saveProgress_->setVisible(true);
