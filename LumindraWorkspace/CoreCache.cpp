@@ -105,17 +105,15 @@ std::uint64_t CoreCache::CleanupCache(std::uint64_t extraSize, const std::vector
         if (entries_.empty())
             return 0;
 
-        // A core grows after it was cached (the full frame of a foreground open, its levels,
-        // edits): count what it holds now.
+        // The sizes remembered when the cores were cached; a core is measured afresh only when
+        // it leaves.
         total = extraSize;
         {
             std::lock_guard<std::mutex> sizes(sizesMutex_);
             for (const auto& entry : entries_) {
-                const std::uint64_t size = entry.second->GetMemorySize();
-                sizes_[entry.first] = size;
-                largestSize_ = std::max(largestSize_, size);
-                if (entry.first != currentName_)
-                    total += size;
+                const auto remembered = sizes_.find(entry.first);
+                if (entry.first != currentName_ && remembered != sizes_.end())
+                    total += remembered->second;
             }
         }
 

@@ -155,6 +155,7 @@ void PreloadWorker::Preload(const std::vector<std::string>& files)
                 if (!watcher.Wait(&error)) {
                     if (!running_.load())
                         break;
+                    // "Backgrownd" is deliberate: log watchers search for this exact text.
                     LOG(WARNING) << "Backgrownd code loading failed: " << files[i] << ": " << error;
                     // Its preview alone would show for good, without the error, on a later open.
                     cache_.EraseIfHolds(wanted[i], core.get());

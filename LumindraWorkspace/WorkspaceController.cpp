@@ -113,8 +113,10 @@ PhotoCorePtr WorkspaceController::CreateCore(WorkspaceControllerProvider& provid
             *inventedName = name;
     } else {
         const QString folder = QDir::fromNativeSeparators(QFileInfo(FromUtf8(path.utf8string())).absolutePath());
-        // Stepping through one folder records it once: every write to the settings store goes to disk.
-        if (Util::GetDefaultSaveFolder(QString::fromLatin1(Settings::OPEN)) != folder)
+        // Stepping through one folder records it once: every write to the settings store goes to
+        // disk. Compared with what is stored, not with the default folder that stands in for nothing.
+        const QString openFolder = Settings::Name(Settings::OPEN, Settings::FOLDER);
+        if (Util::SettingsManager::Instance().Value(openFolder).toString() != folder)
             Util::SaveDirPath(folder.toStdString(), Settings::OPEN);
     }
 
@@ -494,6 +496,8 @@ bool WorkspaceController::AskToFlattenTransparency(const QString& formatName)
         core_->ApplyEffect(Proc::EffectSettingsImpl::Create(flatten));
     } catch (const std::exception& e) {
         LOG(ERROR) << "Check format for transparency support failed" << ": " << e.what();
+    } catch (...) {
+        LOG(ERROR) << "Check format for transparency support failed";
     }
     return true;
 }
@@ -692,6 +696,8 @@ void WorkspaceController::DoPreview()
             LOG(WARNING) << "Cannot save preview to \"" << path.toStdString() << "\"";
     } catch (const std::exception& e) {
         LOG(WARNING) << "Cannot save session preview" << ": " << e.what();
+    } catch (...) {
+        LOG(WARNING) << "Cannot save session preview";
     }
 }
 

@@ -176,7 +176,7 @@
     </message>
 </context>
 <context>
-    <name>Quelto::Lumindra::WorkspaceControllerProvider</name>
+    <name>WorkspaceControllerProvider</name>
     <message>
         <source>Due to memory limitation image was resized for processing</source>
         <translation>Wegen begrenzten Arbeitsspeichers wurde das Bild für die Bearbeitung verkleinert</translation>
