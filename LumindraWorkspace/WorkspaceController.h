@@ -80,6 +80,10 @@ public:
     PhotoCore::IPhotoCoreIO::SaveResult Save(const SaveSettings& settings, PhotoCore::SettingsSave& save) override;
     PhotoCore::IPhotoCoreIO::SaveResult Save(const SaveSettings& settings) override;
     void SendSaveStatistics(const SaveSettings::StatisticsSettings& statistics) override;
+    bool StartSave(const SaveSettings& settings, SaveDone done) override;
+    bool StartSaveOverwrite(SaveDone done) override;
+    bool IsSaving() const override;
+    void WaitForSave() override;
     void SaveSession() override;
     void SetProgressController(const boost::intrusive_ptr<Core::IProgressController>& progress) override;
     void SetDragAndDrop(IDragAndDrop* dragAndDrop) override;
@@ -125,6 +129,24 @@ private:
                                               PhotoCore::ImageSource source, QString* inventedName);
     static std::shared_ptr<IWorkspaceController> Wrap(WorkspaceControllerProvider& provider,
                                                       const PhotoCore::PhotoCorePtr& core, const QString& inventedName);
+    // Saving: the steps before the write (the transparency question, the settings, the start of
+    // the core's job), and those after it (the file's date and the statistics). PrepareSave
+    // returns success once the job runs, or why it does not.
+    struct SaveJob;
+    PhotoCore::SettingsSave MakeSaveSettings(const SaveSettings& settings) const;
+    PhotoCore::IPhotoCoreIO::SaveResult PrepareSave(SaveJob& job);
+    // False when the person declined to lose the picture's transparency.
+    bool AskToFlattenTransparency(const QString& formatName);
+    SaveOutcome FinishSave(SaveJob& job, const CoreEventJobDone& done);
+    void ReportSave(const SaveJob& job, PhotoCore::IPhotoCoreIO::SaveResult result);
+    // Whether the open file's format may be written over it.
+    static bool CanOverwrite(const QString& fileName);
+    // Raised on the core's thread: relays the event and finishes a running save on the UI thread.
+    void HandleJobDone(const CoreEventJobDone& event) override;
+    void OnSaveJobDone(const CoreEventJobDone& event);
+    // Calls `done` from the event loop, so that an outcome never arrives inside the call.
+    void Deliver(SaveDone done, const SaveOutcome& outcome);
+
     void OnSessionTimer(bool& checkTempFolder);
     // Writes the session preview; logs and swallows every failure.
     void DoPreview();
@@ -144,6 +166,7 @@ private:
     WorkspaceMetadata metadata_;
     std::unique_ptr<QTimer> sessionTimer_;
     QString inventedName_; // the name of a picture that has no file yet
+    std::unique_ptr<SaveJob> runningSave_; // the save started with StartSave until it ends; UI thread
 };
 
 } // namespace Quelto::Lumindra

@@ -286,6 +286,20 @@ bool WorkspaceScene::HasOverlayItems() const
     });
 }
 
+Proc::CropInfo WorkspaceScene::GetPictureCrop()
+{
+    const QRectF background = GetBackgroundRect();
+    if (!canvas_)
+        return {};
+    const QRectF picture = canvas_->sceneBoundingRect();
+    Proc::CropInfo crop;
+    crop.left = std::max(0, qRound(picture.left() - background.left()));
+    crop.top = std::max(0, qRound(picture.top() - background.top()));
+    crop.right = std::max(0, qRound(background.right() - picture.right()));
+    crop.bottom = std::max(0, qRound(background.bottom() - picture.bottom()));
+    return crop;
+}
+
 boost::intrusive_ptr<Proc::IDataVideo> WorkspaceScene::GetVideo(const Proc::CropInfo& crop)
 {
     if (QThread::currentThread() != thread())

@@ -69,6 +69,8 @@ public:
     boost::intrusive_ptr<Proc::IDataVideo> GetVideo(const Proc::CropInfo& crop) override;
     // Whether a visible scene item would be drawn over the picture.
     bool HasOverlayItems() const override;
+    // The margins between the background rectangle and the canvas (the picture), in whole pixels.
+    Proc::CropInfo GetPictureCrop() override;
 
 public Q_SLOTS:
     // Takes effect at the next paint.

@@ -16,6 +16,7 @@ public:
     {
         PublishEvent(&ICoreEventHandler::HandleStateChanged, e);
     }
+    void HandleJobDone(const CoreEventJobDone& e) override { PublishEvent(&ICoreEventHandler::HandleJobDone, e); }
 };
 
 } // namespace Quelto::Lumindra::PhotoCore
