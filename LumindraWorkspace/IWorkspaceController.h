@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include <QImage>
@@ -52,6 +53,13 @@ public:
         QString fileName;
         StatisticsSettings statistics;
     };
+    // How a save started with StartSave or StartSaveOverwrite ended.
+    struct SaveOutcome {
+        PhotoCore::IPhotoCoreIO::SaveResult result = PhotoCore::IPhotoCoreIO::SaveResultSuccess;
+        QString fileName; // the file written, or meant to be
+        QString reason;   // why it was not saved, for a person; empty on success and when cancelled
+    };
+    using SaveDone = std::function<void(const SaveOutcome&)>;
 
     virtual IScalableView* GetView() const = 0;
     virtual IScene* GetScene() const = 0;
@@ -69,6 +77,17 @@ public:
     virtual PhotoCore::IPhotoCoreIO::SaveResult Save(const SaveSettings& settings, PhotoCore::SettingsSave& save) = 0;
     virtual PhotoCore::IPhotoCoreIO::SaveResult Save(const SaveSettings& settings) = 0;
     virtual void SendSaveStatistics(const SaveSettings::StatisticsSettings& statistics) = 0;
+    // Save and SaveOverwrite without waiting: the transparency question is asked at once, the
+    // file is written by a job of the core while the caller's event loop runs, and `done` is
+    // called on the UI thread with the outcome (never before the call returns; not at all when
+    // the controller dies first). Return false, starting nothing, while a save of this image is
+    // still running: saves of one image never interleave.
+    virtual bool StartSave(const SaveSettings& settings, SaveDone done) = 0;
+    virtual bool StartSaveOverwrite(SaveDone done) = 0;
+    virtual bool IsSaving() const = 0;
+    // Returns once no save of this image runs (its `done` has been called); the window keeps
+    // painting meanwhile.
+    virtual void WaitForSave() = 0;
     virtual void SaveSession() = 0;
     virtual void SetProgressController(const boost::intrusive_ptr<Core::IProgressController>& progress) = 0;
     virtual void SetDragAndDrop(IDragAndDrop* dragAndDrop) = 0;

@@ -141,8 +141,10 @@ void PreloadWorker::Preload(const std::vector<std::string>& files)
         std::uint64_t size = 0;
         if (!cache_.GetPreloadSize(wanted[i], &size))
             continue;
-        if (total + size > CoreCache::kBoundBytes)
+        if (total + size > CoreCache::kBoundBytes) {
+            VLOG(30) << "Preloading stops at the cache bound before " << files[i];
             break;
+        }
         if (HasRequest())
             break;
         try {
@@ -155,6 +157,7 @@ void PreloadWorker::Preload(const std::vector<std::string>& files)
                 if (!watcher.Wait(&error)) {
                     if (!running_.load())
                         break;
+                    // "Backgrownd" is deliberate: log watchers search for this exact text.
                     LOG(WARNING) << "Backgrownd code loading failed: " << files[i] << ": " << error;
                     // Its preview alone would show for good, without the error, on a later open.
                     cache_.EraseIfHolds(wanted[i], core.get());

@@ -60,16 +60,19 @@ QString FromUtf8(const std::string& text)
     return QString::fromUtf8(text.data(), static_cast<int>(text.size()));
 }
 
-// Restores the application's override cursor on every way out of a scope.
-class OverrideCursorScope {
-public:
-    explicit OverrideCursorScope(Qt::CursorShape shape) { QGuiApplication::setOverrideCursor(QCursor(shape)); }
-    ~OverrideCursorScope() { QGuiApplication::restoreOverrideCursor(); }
-    OverrideCursorScope(const OverrideCursorScope&) = delete;
-    OverrideCursorScope& operator=(const OverrideCursorScope&) = delete;
-};
-
 } // namespace
+
+// One save between its start and its end: what the finishing steps need, and the busy cursor
+// that shows for the whole of it.
+struct WorkspaceController::SaveJob {
+    SaveSettings settings;
+    PhotoCore::SettingsSave save;
+    std::string extension;
+    std::string codec;
+    std::uint64_t job = 0;
+    SaveDone done;
+    std::unique_ptr<CusrsorGuardBlank> cursor;
+};
 
 // ---------------------------------------------------------------------------------------------
 // Creation and destruction
@@ -110,8 +113,10 @@ PhotoCorePtr WorkspaceController::CreateCore(WorkspaceControllerProvider& provid
             *inventedName = name;
     } else {
         const QString folder = QDir::fromNativeSeparators(QFileInfo(FromUtf8(path.utf8string())).absolutePath());
-        // Stepping through one folder records it once: every write to the settings store goes to disk.
-        if (Util::GetDefaultSaveFolder(QString::fromLatin1(Settings::OPEN)) != folder)
+        // Stepping through one folder records it once: every write to the settings store goes to
+        // disk. Compared with what is stored, not with the default folder that stands in for nothing.
+        const QString openFolder = Settings::Name(Settings::OPEN, Settings::FOLDER);
+        if (Util::SettingsManager::Instance().Value(openFolder).toString() != folder)
             Util::SaveDirPath(folder.toStdString(), Settings::OPEN);
     }
 
@@ -335,85 +340,214 @@ void WorkspaceController::OnSceneColorSet()
 
 IPhotoCoreIO::SaveResult WorkspaceController::Save(const SaveSettings& settings)
 {
-    PhotoCore::SettingsSave save = core_->GetIOEngine().GetSaveSettings();
-    save.SetForceSuffix(false);
-    save.SetFileName(settings.fileName.toStdString());
+    PhotoCore::SettingsSave save = MakeSaveSettings(settings);
     return Save(settings, save);
 }
 
 IPhotoCoreIO::SaveResult WorkspaceController::Save(const SaveSettings& settings, PhotoCore::SettingsSave& save)
 {
-    OverrideCursorScope cursor(Qt::BusyCursor);
+    // A save started earlier goes first: two saves never interleave.
+    WaitForSave();
+    CusrsorGuardBlank cursor(Qt::BusyCursor);
+    SaveJob job;
+    job.settings = settings;
+    job.save = save;
+    const IPhotoCoreIO::SaveResult prepared = PrepareSave(job);
+    if (prepared != IPhotoCoreIO::SaveResultSuccess) {
+        save = job.save;
+        return prepared;
+    }
+    const PhotoCore::ICoreEventHandler::CoreEventJobDone done = core_->GetIOEngine().WaitForJob(job.job);
+    save = job.save;
+    return FinishSave(job, done).result;
+}
 
-    const std::string extension = QFileInfo(FromUtf8(save.GetFileName())).suffix().toStdString();
-    const auto description = PhotoUtil::FormatHelper::GetFormatDescriptionForExtension(extension, true);
+bool WorkspaceController::StartSave(const SaveSettings& settings, SaveDone done)
+{
+    if (runningSave_)
+        return false;
+    auto job = std::make_unique<SaveJob>();
+    job->settings = settings;
+    job->save = MakeSaveSettings(settings);
+    job->done = std::move(done);
+    job->cursor = std::make_unique<CusrsorGuardBlank>(Qt::BusyCursor);
+    const IPhotoCoreIO::SaveResult prepared = PrepareSave(*job);
+    if (prepared != IPhotoCoreIO::SaveResultSuccess) {
+        SaveOutcome outcome;
+        outcome.result = prepared;
+        outcome.fileName = settings.fileName;
+        Deliver(std::move(job->done), outcome);
+        return true;
+    }
+    runningSave_ = std::move(job);
+    return true;
+}
 
-    const auto report = [&](IPhotoCoreIO::SaveResult result) {
-        SaveSettings::StatisticsSettings statistics = settings.statistics;
-        statistics.result = result;
-        statistics.codec = description.second.codecId;
-        statistics.extension = extension;
-        const QFileInfo written(FromUtf8(save.GetFileName()));
-        if (written.exists())
-            statistics.fileSize = written.size();
-        SendSaveStatistics(statistics);
-    };
+bool WorkspaceController::StartSaveOverwrite(SaveDone done)
+{
+    if (runningSave_)
+        return false;
+    SaveSettings settings;
+    settings.fileName = GetFileName();
+    if (!CanOverwrite(settings.fileName)) {
+        SaveOutcome outcome;
+        outcome.result = IPhotoCoreIO::SaveResultFormatRefused;
+        outcome.fileName = settings.fileName;
+        outcome.reason = tr("pictures cannot be saved over a “.%1” file; use Save As")
+                             .arg(QFileInfo(settings.fileName).suffix());
+        Deliver(std::move(done), outcome);
+        return true;
+    }
+    return StartSave(settings, std::move(done));
+}
 
-    if (!description.second.supportsTransparency) {
-        try {
-            const PhotoCore::IPhotoCoreDrawer::AlphaInfo alpha = core_->GetAlphaInfo();
-            if (alpha.hasAlpha && alpha.alpha < 255) {
-                LumindraAlertBox box(
-                    LumindraAlertBox::Information,
-                    tr("Your image will be saved with a white background, as %1 format does not support "
-                       "transparency. To retain transparent areas of the image, save the image to one of the "
-                       "following formats: %2.")
-                        .arg(description.first, PhotoUtil::FormatHelperQt::GetSupportsTransparencyFormats()),
-                    QDialogButtonBox::Ok | QDialogButtonBox::Cancel, QApplication::activeWindow(),
-                    Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
-                if (QAbstractButton* ok = box.GetButton(QDialogButtonBox::Ok))
-                    ok->setText(tr("Continue"));
-                StyleAlertBox(box);
-                // Only an explicit Continue flattens the picture; closing the box writes nothing.
-                if (box.Exec() != QDialogButtonBox::Ok) {
-                    report(IPhotoCoreIO::SaveResultCancelled);
-                    return IPhotoCoreIO::SaveResultCancelled;
-                }
-                Proc::SettingsColorspaceConverter flatten({Proc::PIX_FMT_RGB24, Proc::PIX_FMT_BGR24}, true);
-                flatten.SetPadColor(255, 255, 255);
-                core_->ApplyEffect(Proc::EffectSettingsImpl::Create(flatten));
-                // The edit is queued to the core's thread; the file must hold its result.
-                core_->WaitForIdle();
-            }
-        } catch (const std::exception& e) {
-            LOG(ERROR) << "Check format for transparency support failed" << ": " << e.what();
-        }
+bool WorkspaceController::IsSaving() const
+{
+    return bool(runningSave_);
+}
+
+void WorkspaceController::WaitForSave()
+{
+    if (!runningSave_)
+        return;
+    const PhotoCore::ICoreEventHandler::CoreEventJobDone done = core_->GetIOEngine().WaitForJob(runningSave_->job);
+    // Finished here rather than by the event that is on its way, which then finds nothing to do.
+    if (runningSave_)
+        OnSaveJobDone(done);
+}
+
+void WorkspaceController::HandleJobDone(const CoreEventJobDone& event)
+{
+    PhotoCore::CoreEventForwarder::HandleJobDone(event);
+    // Raised on the core's thread; saves and session write-outs are finished on the UI thread
+    // (which session job is ours is known there only: SaveSession stores the id after the job
+    // may have ended). A controller that dies first unregisters (waiting for this delivery) and
+    // drops the posted call with itself.
+    if (event.kind == CoreEventJobDone::JOB_SAVE)
+        QMetaObject::invokeMethod(this, [this, event] { OnSaveJobDone(event); }, Qt::QueuedConnection);
+    else if (event.kind == CoreEventJobDone::JOB_SNAPSHOT)
+        QMetaObject::invokeMethod(this, [this, event] { OnSessionJobDone(event); }, Qt::QueuedConnection);
+}
+
+void WorkspaceController::OnSaveJobDone(const CoreEventJobDone& event)
+{
+    if (!runningSave_ || runningSave_->job != event.id)
+        return; // a save that was waited for, or another core's
+    const std::unique_ptr<SaveJob> job = std::move(runningSave_);
+    const SaveOutcome outcome = FinishSave(*job, event);
+    job->cursor.reset();
+    if (job->done)
+        job->done(outcome);
+}
+
+void WorkspaceController::Deliver(SaveDone done, const SaveOutcome& outcome)
+{
+    if (done)
+        QTimer::singleShot(0, this, [done = std::move(done), outcome] { done(outcome); });
+}
+
+PhotoCore::SettingsSave WorkspaceController::MakeSaveSettings(const SaveSettings& settings) const
+{
+    PhotoCore::SettingsSave save = core_->GetIOEngine().GetSaveSettings();
+    save.SetForceSuffix(false);
+    save.SetFileName(settings.fileName.toStdString());
+    return save;
+}
+
+IPhotoCoreIO::SaveResult WorkspaceController::PrepareSave(SaveJob& job)
+{
+    job.extension = QFileInfo(FromUtf8(job.save.GetFileName())).suffix().toStdString();
+    const auto description = PhotoUtil::FormatHelper::GetFormatDescriptionForExtension(job.extension, true);
+    job.codec = description.second.codecId;
+
+    if (!description.second.supportsTransparency && !AskToFlattenTransparency(description.first)) {
+        ReportSave(job, IPhotoCoreIO::SaveResultCancelled);
+        return IPhotoCoreIO::SaveResultCancelled;
     }
 
     scene_->Update();
-    save.SetFileExt(extension);
-    save.SetCodecID(description.second.codecId);
-    metadata_.FillSaveSettings(save);
+    job.save.SetFileExt(job.extension);
+    job.save.SetCodecID(job.codec);
+    metadata_.FillSaveSettings(job.save);
+    job.job = core_->GetIOEngine().StartSave(job.save);
+    return IPhotoCoreIO::SaveResultSuccess;
+}
 
-    const IPhotoCoreIO::SaveResult result = core_->GetIOEngine().Save(save);
-    if (save.IsEncodeMode() && result == IPhotoCoreIO::SaveResultSuccess) {
-        const std::string taken = save.GetMetadataSettings().GetFileDateTime();
-        if (!taken.empty())
-            Util::SetFileDateTimeCreate(save.GetFileName(), taken);
+bool WorkspaceController::AskToFlattenTransparency(const QString& formatName)
+{
+    try {
+        const PhotoCore::IPhotoCoreDrawer::AlphaInfo alpha = core_->GetAlphaInfo();
+        if (!alpha.hasAlpha || alpha.alpha >= 255)
+            return true;
+        LumindraAlertBox box(
+            LumindraAlertBox::Information,
+            tr("Your image will be saved with a white background, as %1 format does not support "
+               "transparency. To retain transparent areas of the image, save the image to one of the "
+               "following formats: %2.")
+                .arg(formatName, PhotoUtil::FormatHelperQt::GetSupportsTransparencyFormats()),
+            QDialogButtonBox::Ok | QDialogButtonBox::Cancel, QApplication::activeWindow(),
+            Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
+        if (QAbstractButton* ok = box.GetButton(QDialogButtonBox::Ok))
+            ok->setText(tr("Continue"));
+        StyleAlertBox(box);
+        // Only an explicit Continue flattens the picture; closing the box writes nothing.
+        if (box.Exec() != QDialogButtonBox::Ok)
+            return false;
+        Proc::SettingsColorspaceConverter flatten({Proc::PIX_FMT_RGB24, Proc::PIX_FMT_BGR24}, true);
+        flatten.SetPadColor(255, 255, 255);
+        // Queued to the core's thread ahead of the save, which writes its result.
+        core_->ApplyEffect(Proc::EffectSettingsImpl::Create(flatten));
+    } catch (const std::exception& e) {
+        LOG(ERROR) << "Check format for transparency support failed" << ": " << e.what();
+    } catch (...) {
+        LOG(ERROR) << "Check format for transparency support failed";
     }
-    report(result);
-    return result;
+    return true;
+}
+
+IWorkspaceController::SaveOutcome WorkspaceController::FinishSave(SaveJob& job,
+                                                                  const PhotoCore::ICoreEventHandler::CoreEventJobDone& done)
+{
+    SaveOutcome outcome;
+    outcome.fileName = FromUtf8(job.save.GetFileName());
+    outcome.result = done.success                               ? IPhotoCoreIO::SaveResultSuccess
+                     : done.code != IPhotoCoreIO::SaveResultSuccess ? IPhotoCoreIO::SaveResult(done.code)
+                                                                : IPhotoCoreIO::SaveResultFailed;
+    outcome.reason = FromUtf8(done.reason);
+    if (job.save.IsEncodeMode() && outcome.result == IPhotoCoreIO::SaveResultSuccess) {
+        const std::string taken = job.save.GetMetadataSettings().GetFileDateTime();
+        if (!taken.empty())
+            Util::SetFileDateTimeCreate(job.save.GetFileName(), taken);
+    }
+    ReportSave(job, outcome.result);
+    return outcome;
+}
+
+void WorkspaceController::ReportSave(const SaveJob& job, IPhotoCoreIO::SaveResult result)
+{
+    SaveSettings::StatisticsSettings statistics = job.settings.statistics;
+    statistics.result = result;
+    statistics.codec = job.codec;
+    statistics.extension = job.extension;
+    const QFileInfo written(FromUtf8(job.save.GetFileName()));
+    if (written.exists())
+        statistics.fileSize = written.size();
+    SendSaveStatistics(statistics);
+}
+
+bool WorkspaceController::CanOverwrite(const QString& fileName)
+{
+    const std::string suffix = QFileInfo(fileName).suffix().toStdString();
+    const auto description = PhotoUtil::FormatHelper::GetFormatDescriptionForExtension(suffix, false);
+    return !description.first.isEmpty() && !description.second.noOverwrite;
 }
 
 IPhotoCoreIO::SaveResult WorkspaceController::SaveOverwrite()
 {
-    const QString fileName = GetFileName();
-    const std::string suffix = QFileInfo(fileName).suffix().toStdString();
-    const auto description = PhotoUtil::FormatHelper::GetFormatDescriptionForExtension(suffix, false);
-    if (description.first.isEmpty() || description.second.noOverwrite)
-        return IPhotoCoreIO::SaveResultFormatRefused;
     SaveSettings settings;
-    settings.fileName = fileName;
+    settings.fileName = GetFileName();
+    if (!CanOverwrite(settings.fileName))
+        return IPhotoCoreIO::SaveResultFormatRefused;
     return Save(settings);
 }
 
@@ -514,15 +648,6 @@ void WorkspaceController::HandleStateChanged(const CoreEventStateChanged& event)
 {
     ++revision_;
     PhotoCore::CoreEventForwarder::HandleStateChanged(event);
-}
-
-void WorkspaceController::HandleJobDone(const CoreEventJobDone& event)
-{
-    // Which job is ours is known on the UI thread only: SaveSession stores the id after the job
-    // may already have ended. The call is dropped if the controller dies first.
-    if (event.kind == CoreEventJobDone::JOB_SNAPSHOT)
-        QMetaObject::invokeMethod(this, [this, event] { OnSessionJobDone(event); }, Qt::QueuedConnection);
-    PhotoCore::CoreEventForwarder::HandleJobDone(event);
 }
 
 void WorkspaceController::OnSessionJobDone(const CoreEventJobDone& done)
@@ -628,6 +753,8 @@ void WorkspaceController::DoPreview()
             LOG(WARNING) << "Cannot save preview to \"" << path.toStdString() << "\"";
     } catch (const std::exception& e) {
         LOG(WARNING) << "Cannot save session preview" << ": " << e.what();
+    } catch (...) {
+        LOG(WARNING) << "Cannot save session preview";
     }
 }
 

@@ -89,6 +89,10 @@ public:
     PhotoCore::IPhotoCoreIO::SaveResult Save(const SaveSettings& settings, PhotoCore::SettingsSave& save) override;
     PhotoCore::IPhotoCoreIO::SaveResult Save(const SaveSettings& settings) override;
     void SendSaveStatistics(const SaveSettings::StatisticsSettings& statistics) override;
+    bool StartSave(const SaveSettings& settings, SaveDone done) override;
+    bool StartSaveOverwrite(SaveDone done) override;
+    bool IsSaving() const override;
+    void WaitForSave() override;
     void SaveSession() override;
     void SetProgressController(const boost::intrusive_ptr<Core::IProgressController>& progress) override;
     void SetDragAndDrop(IDragAndDrop* dragAndDrop) override;
@@ -118,11 +122,6 @@ public:
     // The autosave period in effect, read from the settings store.
     static int GetSessionInterval();
 
-    // Core events, on the core's thread: counted (state changes) or watched (the session
-    // write-outs this controller started), then relayed to the registered handlers.
-    void HandleStateChanged(const CoreEventStateChanged& event) override;
-    void HandleJobDone(const CoreEventJobDone& event) override;
-
 public Q_SLOTS:
     // Passes the application's current language to the core.
     void OnLocaleChanged();
@@ -141,6 +140,26 @@ private:
                                               PhotoCore::ImageSource source, QString* inventedName);
     static std::shared_ptr<IWorkspaceController> Wrap(WorkspaceControllerProvider& provider,
                                                       const PhotoCore::PhotoCorePtr& core, const QString& inventedName);
+    // Saving: the steps before the write (the transparency question, the settings, the start of
+    // the core's job), and those after it (the file's date and the statistics). PrepareSave
+    // returns success once the job runs, or why it does not.
+    struct SaveJob;
+    PhotoCore::SettingsSave MakeSaveSettings(const SaveSettings& settings) const;
+    PhotoCore::IPhotoCoreIO::SaveResult PrepareSave(SaveJob& job);
+    // False when the person declined to lose the picture's transparency.
+    bool AskToFlattenTransparency(const QString& formatName);
+    SaveOutcome FinishSave(SaveJob& job, const CoreEventJobDone& done);
+    void ReportSave(const SaveJob& job, PhotoCore::IPhotoCoreIO::SaveResult result);
+    // Whether the open file's format may be written over it.
+    static bool CanOverwrite(const QString& fileName);
+    // Raised on the core's thread: relay the event; a state change counts for the autosave, and
+    // the end of a save or of a session write-out is finished on the UI thread.
+    void HandleStateChanged(const CoreEventStateChanged& event) override;
+    void HandleJobDone(const CoreEventJobDone& event) override;
+    void OnSaveJobDone(const CoreEventJobDone& event);
+    // Calls `done` from the event loop, so that an outcome never arrives inside the call.
+    void Deliver(SaveDone done, const SaveOutcome& outcome);
+
     void OnSessionTimer(bool& checkTempFolder);
     // UI thread: the end of a session write-out, relayed from the core's thread.
     void OnSessionJobDone(const CoreEventJobDone& done);
@@ -164,6 +183,7 @@ private:
     WorkspaceMetadata metadata_;
     std::unique_ptr<QTimer> sessionTimer_;
     QString inventedName_; // the name of a picture that has no file yet
+    std::unique_ptr<SaveJob> runningSave_; // the save started with StartSave until it ends; UI thread
 
     // Autosave bookkeeping. The revision counts the core's state changes (on the core's thread);
     // the rest belongs to the UI thread.

@@ -1,5 +1,7 @@
 #include "LumindraWorkspace/WorkspaceControllerProvider.h"
 
+#include <QCoreApplication>
+
 #include <exception>
 #include <utility>
 
@@ -139,7 +141,10 @@ PhotoCorePtr WorkspaceControllerProvider::GetCore(const ioPath& path, const std:
 
     if (core->GetProcessing().IsScaledForMemory()) {
         LumindraAlertBox box(LumindraAlertBox::Information,
-                             tr("Due to memory limitation image was resized for processing"), QDialogButtonBox::Ok,
+                             // The catalogs know the text under the class name without its namespace.
+                             QCoreApplication::translate("WorkspaceControllerProvider",
+                                                         "Due to memory limitation image was resized for processing"),
+                             QDialogButtonBox::Ok,
                              SpontaneousDialog::GetMainWindow(), Qt::Dialog | Qt::MSWindowsFixedSizeDialogHint);
         box.Exec();
     }

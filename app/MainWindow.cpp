@@ -1,6 +1,7 @@
 #include "MainWindow.h"
 
 #include <algorithm>
+#include <exception>
 #include <memory>
 #include <utility>
 
@@ -8,6 +9,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QCloseEvent>
+#include <QDir>
 #include <QDockWidget>
 #include <QDragEnterEvent>
 #include <QDropEvent>
@@ -36,15 +38,19 @@
 #include "LumindraWorkspace/OpenExceptionLumindra.h"
 #include "LumindraWorkspace/UI/CompareButton.h"
 #include "LumindraWorkspace/WorkspaceControllerHelper.h"
+#include "LumindraWorkspace/WorkspaceMetadata.h"
 #include "LumindraWorkspace/scene/CanvasItem.h"
 #include "LumindraWorkspace/scene/WorkspaceScene.h"
 #include "LumindraWorkspace/view/WorkspaceView.h"
+#include "SaveChoices.h"
+#include "SaveDialog.h"
 #include "photocore/IPhotoCore.h"
 #include "photocore/StatisticsEventHandler.h"
 #include "photoutil/FormatHelper.h"
 #include "sharedui/ScalableViewEmitter.h"
 #include "util/HostObjectsConnectorID.h"
 #include "util/ObjectsConnector.h"
+#include "util/Paths.h"
 #include "util/Settings.h"
 
 namespace Quelto::Lumindra::App {
@@ -120,6 +126,13 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
     progress_->setVisible(false);
     statusBar()->addWidget(fileLabel_, 1);
     statusBar()->addPermanentWidget(progress_);
+    saveProgress_ = new QProgressBar(this);
+    saveProgress_->setObjectName(QStringLiteral("saveProgress"));
+    saveProgress_->setRange(0, 0); // the encoder reports no fraction
+    saveProgress_->setMaximumWidth(120);
+    saveProgress_->setFormat(tr("Saving"));
+    saveProgress_->setVisible(false);
+    statusBar()->addPermanentWidget(saveProgress_);
     statusBar()->addPermanentWidget(sizeLabel_);
     statusBar()->addPermanentWidget(zoomLabel_);
 
@@ -179,8 +192,10 @@ void MainWindow::CreateActions()
 
     QAction* open = add(file, tr("&Open..."), QKeySequence::Open, IconTheme::Find({"document-open"}),
                         [this] { OpenDialog(); }, false);
-    saveAs_ = add(file, tr("Save &As..."), QKeySequence::SaveAs, IconTheme::Find({"document-save-as"}),
-                  [this] { SaveAsDialog(); }, true);
+    save_ = add(file, tr("&Save"), QKeySequence::Save, IconTheme::Find({"document-save"}), [this] { Save(); }, true);
+    // Not every desktop binds a key to "Save As": the common one, everywhere.
+    saveAs_ = add(file, tr("Save &As..."), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S),
+                  IconTheme::Find({"document-save-as"}), [this] { SaveAs(); }, true);
     file->addSeparator();
     add(file, tr("&Next Picture"), QKeySequence(Qt::ALT | Qt::Key_Right), IconTheme::Find({"go-next"}),
         [this] { OnNextFile(); }, true);
@@ -258,7 +273,7 @@ void MainWindow::CreateActions()
     imageActions_.push_back(compare);
     viewMenu->addMenu(compare_->GetTypeMenu());
 
-    for (const QList<QAction*>& group : {QList<QAction*> {open, saveAs_}, QList<QAction*> {undo_, redo_},
+    for (const QList<QAction*>& group : {QList<QAction*> {open, save_, saveAs_}, QList<QAction*> {undo_, redo_},
                                          QList<QAction*> {left, right, flipH, flipV, crop},
                                          QList<QAction*> {fit, actual, zoomIn, zoomOut}}) {
         if (!tools->actions().isEmpty())
@@ -391,6 +406,11 @@ void MainWindow::OnPreviousFile() { Step(-1); }
 bool MainWindow::CanResetWorkspaceController()
 {
     const auto controller = controller_.lock();
+    if (controller && controller->IsSaving()) {
+        // Leaving the picture now would drop what the save reports; it ends first.
+        statusBar()->showMessage(tr("Finishing the save of “%1”...").arg(QFileInfo(controller->GetFileName()).fileName()));
+        controller->WaitForSave();
+    }
     const PhotoCore::IPhotoCore* core = CoreOf(controller);
     if (!core || (!core->HasUnsavedChanges() && !core->HasHistoryOrFileChanged()))
         return true;
@@ -421,6 +441,7 @@ void MainWindow::SetWorkspaceController(const std::weak_ptr<IWorkspaceController
 
     const auto current = controller.lock();
     if (current) {
+        SaveChoices::ApplyDefaults(current->MetadataSettings());
         current->RegisterCoreEventHandler(relay_);
         current->SetDragAndDrop(this);
         if (QGraphicsScene* scene = current->GetScene())
@@ -594,24 +615,112 @@ void MainWindow::OpenDialog()
         OpenFile(path);
 }
 
-void MainWindow::SaveAsDialog()
+void MainWindow::Save()
 {
     const auto controller = controller_.lock();
     if (!controller)
         return;
-    const QString path = QFileDialog::getSaveFileName(this, tr("Save Picture As"), controller->GetFileName(),
-                                                      PhotoUtil::FormatHelper::GetOpenFileFilter());
-    if (path.isEmpty())
+    const QString file = controller->GetFileName();
+    // A picture from the clipboard or a drop has only an invented name: it needs a place first.
+    if (!QFileInfo(file).isAbsolute()) {
+        SaveAs();
         return;
+    }
+    overwriting_ = true;
+    StartSaving(file, [controller](IWorkspaceController::SaveDone done) {
+        return controller->StartSaveOverwrite(std::move(done));
+    });
+}
+
+void MainWindow::SaveAs()
+{
+    const auto controller = controller_.lock();
+    if (!controller)
+        return;
+    const QString current = controller->GetFileName();
+    const QString suggested = QFileInfo(current).isAbsolute()
+        ? current
+        : QDir(Util::GetDefaultSaveFolder()).filePath(QFileInfo(current).fileName());
+    SaveChoices initial = SaveChoices::Of(*controller, suggested);
+    if (initial.author.isEmpty())
+        initial.author = SaveChoices::DefaultAuthor();
+    SaveChoices choices;
+    {
+        const std::weak_ptr<IWorkspaceController> weak = controller;
+        SaveDialog dialog(
+            initial,
+            [weak](const QString& fileName) {
+                const auto c = weak.lock();
+                return c ? SaveChoices::Of(*c, fileName) : SaveChoices();
+            },
+            QFileInfo(current).isAbsolute() ? current : QString(), this);
+        const bool accepted = dialog.exec() == QDialog::Accepted;
+        // Without a window manager the keyboard would stay with the closed dialog.
+        activateWindow();
+        choices = dialog.GetChoices();
+        if (!accepted || controller_.lock() != controller)
+            return;
+    } // gone before the save asks anything: a question must not take it as its parent
+    choices.ApplyTo(controller->MetadataSettings());
+    choices.StoreAsDefaults();
+    Util::SaveDirPath(QFileInfo(choices.fileName).absolutePath().toStdString(), Util::Settings::SAVE);
     IWorkspaceController::SaveSettings settings;
-    settings.fileName = path;
+    settings.fileName = choices.fileName;
     settings.statistics.fromSaveWindow = 1;
-    const auto result = controller->Save(settings);
-    if (result == PhotoCore::IPhotoCoreIO::SaveResultSuccess)
-        statusBar()->showMessage(tr("Saved “%1”").arg(QFileInfo(path).fileName()), 5000);
-    else if (result != PhotoCore::IPhotoCoreIO::SaveResultCancelled)
-        QMessageBox::warning(this, windowTitle(), tr("“%1” could not be saved.").arg(QFileInfo(path).fileName()));
+    overwriting_ = false;
+    StartSaving(choices.fileName, [controller, settings](IWorkspaceController::SaveDone done) {
+        return controller->StartSave(settings, std::move(done));
+    });
+}
+
+void MainWindow::StartSaving(const QString& fileName,
+                             const std::function<bool(IWorkspaceController::SaveDone)>& start)
+{
+    const QString name = QFileInfo(fileName).fileName();
+    try {
+        if (!start([this](const IWorkspaceController::SaveOutcome& outcome) { OnSaveDone(outcome); })) {
+            statusBar()->showMessage(tr("A save of this picture is still running; try again when it is done"), 5000);
+            return;
+        }
+    } catch (const std::exception& e) {
+        LOG(ERROR) << "Saving " << fileName.toStdString() << " could not start: " << e.what();
+        IWorkspaceController::SaveOutcome outcome;
+        outcome.result = PhotoCore::IPhotoCoreIO::SaveResultFailed;
+        outcome.fileName = fileName;
+        outcome.reason = QString::fromStdString(e.what());
+        OnSaveDone(outcome);
+        return;
+    }
+    saveProgress_->setVisible(true);
+    statusBar()->showMessage(tr("Saving “%1”...").arg(name));
+    UpdateActions();
+}
+
+void MainWindow::OnSaveDone(const IWorkspaceController::SaveOutcome& outcome)
+{
+    using IO = PhotoCore::IPhotoCoreIO;
+    saveProgress_->setVisible(false);
+    const QString name = QFileInfo(outcome.fileName).fileName();
+    QString failure;
+    if (outcome.result == IO::SaveResultSuccess) {
+        statusBar()->showMessage(tr("Saved “%1”").arg(name), 5000);
+    } else if (outcome.result == IO::SaveResultCancelled) {
+        statusBar()->showMessage(tr("Not saved"), 5000);
+    } else if (outcome.result == IO::SaveResultFormatRefused && overwriting_) {
+        // GIF and formats of that kind are not written over: the person picks another.
+        statusBar()->showMessage(tr("“%1” cannot be saved in its own format; choose another").arg(name), 10000);
+        QTimer::singleShot(0, this, [this] { SaveAs(); });
+    } else {
+        failure = tr("“%1” could not be saved: %2.").arg(name, outcome.reason);
+        statusBar()->showMessage(failure, 15000);
+    }
+    overwriting_ = false;
+    UpdateActions();
     UpdateStatus();
+    Q_EMIT saveFinished(int(outcome.result), outcome.fileName, outcome.reason);
+    // Last: the window is up to date while the person reads it.
+    if (!failure.isEmpty() && !unattended_)
+        QMessageBox::warning(this, windowTitle(), failure);
 }
 
 void MainWindow::Paste()
@@ -694,6 +803,9 @@ void MainWindow::UpdateActions()
         action->setEnabled(bool(controller));
     adjust_->setEnabled(bool(controller));
     if (controller) {
+        // One save of a picture at a time.
+        save_->setEnabled(!controller->IsSaving());
+        saveAs_->setEnabled(!controller->IsSaving());
         const auto undo = controller->GetUndoEngine();
         undo_->setEnabled(undo && undo->CanUndo());
         redo_->setEnabled(undo && undo->CanRedo());
@@ -708,6 +820,7 @@ void MainWindow::UpdateStatus()
         sizeLabel_->clear();
         zoomLabel_->clear();
         setWindowTitle(Util::CustomizationManager::Instance().GetProductName());
+        setWindowModified(false);
         return;
     }
     QString name = QFileInfo(controller->GetFileName()).fileName();
@@ -717,7 +830,11 @@ void MainWindow::UpdateStatus()
     const Conf::FrameInfo& info = controller->GetFrameInfo().GetFrameInfo();
     sizeLabel_->setText(tr("%1 × %2 px").arg(info.width).arg(info.height));
     OnScaleChanged(view_->GetCurrentScalePercent());
-    setWindowTitle(tr("%1 – %2").arg(name, Util::CustomizationManager::Instance().GetProductName()));
+    // "[*]" is where the window shows that the picture has edits that are not saved.
+    setWindowTitle(tr("%1[*] – %2")
+                       .arg(QFileInfo(controller->GetFileName()).fileName(),
+                            Util::CustomizationManager::Instance().GetProductName()));
+    setWindowModified(controller->HasChanged());
 }
 
 } // namespace Quelto::Lumindra::App

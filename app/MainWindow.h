@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -98,6 +99,13 @@ public:
     // person had agreed.
     void SetUnattended(bool unattended) { unattended_ = unattended; }
 
+    // File > Save: writes the picture over its file as a job (the window stays usable, the status
+    // bar shows it running); a picture without a file of its own, or in a format that may not be
+    // written over it, goes to Save As. Refused while a save of the picture runs.
+    void Save();
+    // File > Save As: the save window, then the save as a job with the choices made there.
+    void SaveAs();
+
     // IWorkspaceWindow
     bool CanResetWorkspaceController() override;
     IWorkspaceControllerUser& GetWorkspaceControllerUser() override { return *this; }
@@ -112,6 +120,8 @@ Q_SIGNALS:
     void imageDropped(const QPixmap& image);
     void imagePasted(const QPixmap& image);
     void openFailed(const QString& message);
+    // A save ended: its SaveResult, the file, and the reason when it failed.
+    void saveFinished(int result, const QString& fileName, const QString& reason);
     void fullFrameShown();
     // To the workspace (objects connector): a hotkey went down (true) or up (false).
     void hotkeyActivated(SpecialHotkeyHelper::HotkeyID id, bool pressed);
@@ -140,7 +150,9 @@ private:
     bool HandleHotkey(QKeyEvent* event, bool press);
     void Step(int direction);
     void OpenDialog();
-    void SaveAsDialog();
+    // Shows the save as running and starts it; `start` returns false when a save already runs.
+    void StartSaving(const QString& fileName, const std::function<bool(IWorkspaceController::SaveDone)>& start);
+    void OnSaveDone(const IWorkspaceController::SaveOutcome& outcome);
     void Paste();
     void ApplyEdit(const Proc::SettingsBase& settings);
     void PreviewEdit(const Proc::SettingsBase& settings);
@@ -175,6 +187,10 @@ private:
     QProgressBar* progress_ = nullptr;
     QTimer* compareKeyRelease_ = nullptr; // running while a release of the compare key may be a repeat
 
+    QProgressBar* saveProgress_ = nullptr;
+    bool overwriting_ = false; // the running save is File > Save over the open file
+
+    QAction* save_ = nullptr;
     QAction* saveAs_ = nullptr;
     QAction* undo_ = nullptr;
     QAction* redo_ = nullptr;

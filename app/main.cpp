@@ -6,7 +6,10 @@
 //                                                     EDITS (--rotate 90|180|270, --flip h|v,
 //                                                     --crop X,Y,W,H) apply first, in order, and
 //                                                     --compare shows the original beside them
+//   lumindra --export OUT [--quality Q] [--author TEXT] [--comment TEXT] [--strip-metadata]
+//            [--strip-gps] [EDITS] FILE              save FILE, edited, as OUT without a window
 
+#include <csignal>
 #include <cstdio>
 #include <optional>
 #include <utility>
@@ -17,8 +20,11 @@
 #include <QLocale>
 #include <QTimer>
 
+#include <glog/logging.h>
+
 #include "CommandLineFiles.h"
 #include "EditOptions.h"
+#include "ExportRunner.h"
 #include "IconTheme.h"
 #include "Installation.h"
 #include "LumindraWorkspace/UnfinishedSession.h"
@@ -40,20 +46,51 @@ bool ParseSize(const QString& text, QSize& size)
     return okW && okH && size.width() >= 200 && size.height() >= 150;
 }
 
-bool WantsScreenshot(int argc, char** argv)
+// A screenshot and an export need no display.
+bool WantsNoDisplay(int argc, char** argv)
 {
     for (int i = 1; i < argc; ++i)
-        if (QByteArray(argv[i]) == "--screenshot")
+        if (QByteArray(argv[i]) == "--screenshot" || QByteArray(argv[i]) == "--export")
             return true;
     return false;
+}
+
+// `lumindra --export`: the run with the edit words, its exit code; the reason on standard error.
+int RunExport(const QCommandLineParser& parser, const Quelto::Lumindra::App::CommandLineFiles::Result& arguments,
+              Quelto::Lumindra::App::ScreenshotOptions shot, bool screenshot)
+{
+    using Quelto::Lumindra::App::ExportRunner;
+    const auto fail = [](int code, const QString& message) {
+        std::fprintf(stderr, "%s\n", message.toLocal8Bit().constData());
+        return code;
+    };
+    if (screenshot || shot.compare)
+        return fail(ExportRunner::ExitUsage, QStringLiteral("--export goes without --screenshot and --compare"));
+    if (!arguments.problems.isEmpty())
+        return fail(ExportRunner::ExitOpenFailed, arguments.problems.join(QLatin1Char('\n')));
+    ExportRunner::Options options;
+    QString error;
+    if (!ExportRunner::Read(parser, arguments.files, options, error))
+        return fail(ExportRunner::ExitUsage, error);
+    options.edits = std::move(shot.edits);
+    // A script reads the reason from standard error: the log stays out of it unless asked for.
+    if (qEnvironmentVariableIsEmpty("GLOG_minloglevel"))
+        FLAGS_minloglevel = google::GLOG_FATAL;
+    const ExportRunner::Result result = ExportRunner::Run(options);
+    if (!result.message.isEmpty())
+        fail(result.code, result.message);
+    return result.code;
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    // A screenshot needs no display: render offscreen unless one is there.
-    if (WantsScreenshot(argc, argv) && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")
+    // A write beyond the file-size limit fails with an error that saving reports, instead of
+    // ending the editor.
+    std::signal(SIGXFSZ, SIG_IGN);
+    // Render offscreen unless a display is there.
+    if (WantsNoDisplay(argc, argv) && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")
         && qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     Quelto::Lumindra::Util::InitLogging(argv[0]);
@@ -87,6 +124,7 @@ int main(int argc, char** argv)
     parser.addOption(size);
     parser.addOption(compare);
     EditOptions::AddTo(parser);
+    ExportRunner::AddTo(parser);
     parser.addPositionalArgument(QStringLiteral("files"),
                                  QCoreApplication::translate("main", "The pictures to open: files or file:// URLs."),
                                  QStringLiteral("[files...]"));
@@ -106,12 +144,19 @@ int main(int argc, char** argv)
         return 1;
     }
     shotOptions.compare = parser.isSet(compare);
+    const CommandLineFiles::Result arguments = CommandLineFiles::Parse(parser.positionalArguments());
+    if (ExportRunner::IsRequested(parser))
+        return RunExport(parser, arguments, std::move(shotOptions), parser.isSet(screenshot));
+    ExportRunner::Options notExporting;
+    if (!ExportRunner::Read(parser, {}, notExporting, editError)) { // the export's options alone
+        std::fprintf(stderr, "%s\n", editError.toLocal8Bit().constData());
+        return 1;
+    }
     if ((shotOptions.compare || !shotOptions.edits.empty()) && !parser.isSet(screenshot)) {
-        std::fprintf(stderr, "--compare, --rotate, --flip and --crop go with --screenshot\n");
+        std::fprintf(stderr, "--compare, --rotate, --flip and --crop go with --screenshot or --export\n");
         return 1;
     }
 
-    const CommandLineFiles::Result arguments = CommandLineFiles::Parse(parser.positionalArguments());
     QStringList files = arguments.files;
     if (files.isEmpty() && arguments.problems.isEmpty()) {
         const QString sample = ExtractSampleImage();

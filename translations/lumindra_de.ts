@@ -24,6 +24,73 @@
     </message>
 </context>
 <context>
+    <name>ExportRunner</name>
+    <message>
+        <source>Save FILE, edited, as &lt;file&gt; (the format from its extension) without a window, then quit.</source>
+        <translation>FILE bearbeitet als &lt;file&gt; speichern (das Format nach der Endung), ohne Fenster, dann beenden.</translation>
+    </message>
+    <message>
+        <source>With --export: quality 1 to 100 (JPEG, WebP, HEIF, AVIF).</source>
+        <translation>Mit --export: Qualität 1 bis 100 (JPEG, WebP, HEIF, AVIF).</translation>
+    </message>
+    <message>
+        <source>With --export: the author written into the file.</source>
+        <translation>Mit --export: der Autor, der in die Datei geschrieben wird.</translation>
+    </message>
+    <message>
+        <source>With --export: the comment written into the file.</source>
+        <translation>Mit --export: der Kommentar, der in die Datei geschrieben wird.</translation>
+    </message>
+    <message>
+        <source>With --export: leave out the metadata (the author, the comment and the GPS data stay).</source>
+        <translation>Mit --export: die Metadaten weglassen (Autor, Kommentar und GPS-Daten bleiben).</translation>
+    </message>
+    <message>
+        <source>With --export: leave out the GPS data.</source>
+        <translation>Mit --export: die GPS-Daten weglassen.</translation>
+    </message>
+    <message>
+        <source>--%1 goes with --export</source>
+        <translation>--%1 gehört zu --export</translation>
+    </message>
+    <message>
+        <source>--export &quot;%1&quot;: the name needs an extension that names the format (.%2)</source>
+        <translation>--export &quot;%1&quot;: Der Name braucht eine Endung, die das Format nennt (.%2)</translation>
+    </message>
+    <message>
+        <source>--export &quot;%1&quot;: “.%2” is not a format pictures can be saved in (.%3)</source>
+        <translation>--export &quot;%1&quot;: „.%2“ ist kein Format, in dem Bilder gespeichert werden können (.%3)</translation>
+    </message>
+    <message>
+        <source>Invalid --quality &quot;%1&quot;: expected a whole number from 1 to 100</source>
+        <translation>Ungültige --quality &quot;%1&quot;: erwartet wird eine ganze Zahl von 1 bis 100</translation>
+    </message>
+    <message>
+        <source>--quality does not apply to “.%1” files</source>
+        <translation>--quality gilt nicht für „.%1“-Dateien</translation>
+    </message>
+    <message>
+        <source>--export needs the picture to export</source>
+        <translation>--export braucht das Bild, das exportiert werden soll</translation>
+    </message>
+    <message>
+        <source>--export takes one picture</source>
+        <translation>--export nimmt genau ein Bild</translation>
+    </message>
+    <message>
+        <source>“%1” could not be read in full</source>
+        <translation>„%1“ konnte nicht vollständig gelesen werden</translation>
+    </message>
+    <message>
+        <source>“%1” cannot be applied: %2</source>
+        <translation>„%1“ kann nicht angewendet werden: %2</translation>
+    </message>
+    <message>
+        <source>“%1” could not be saved: %2</source>
+        <translation>„%1“ konnte nicht gespeichert werden: %2</translation>
+    </message>
+</context>
+<context>
     <name>Quelto::Lumindra::App::AdjustPanel</name>
     <message>
         <source>Exposure</source>
@@ -181,16 +248,8 @@
         <translation>Bild öffnen</translation>
     </message>
     <message>
-        <source>Save Picture As</source>
-        <translation>Bild speichern unter</translation>
-    </message>
-    <message>
         <source>Saved “%1”</source>
         <translation>„%1“ gespeichert</translation>
-    </message>
-    <message>
-        <source>“%1” could not be saved.</source>
-        <translation>„%1“ konnte nicht gespeichert werden.</translation>
     </message>
     <message>
         <source>The clipboard holds no picture</source>
@@ -217,16 +276,48 @@
         <translation>%1 × %2 px</translation>
     </message>
     <message>
-        <source>%1 – %2</source>
-        <translation>%1 – %2</translation>
-    </message>
-    <message>
         <source>&amp;Compare with Original</source>
         <translation>Mit dem Original &amp;vergleichen</translation>
     </message>
     <message>
         <source>The comparison cannot be shown: the original picture is not available</source>
         <translation>Der Vergleich kann nicht gezeigt werden: Das Originalbild ist nicht verfügbar</translation>
+    </message>
+    <message>
+        <source>Saving</source>
+        <translation>Speichern</translation>
+    </message>
+    <message>
+        <source>&amp;Save</source>
+        <translation>S&amp;peichern</translation>
+    </message>
+    <message>
+        <source>Finishing the save of “%1”...</source>
+        <translation>Das Speichern von „%1“ wird abgeschlossen...</translation>
+    </message>
+    <message>
+        <source>A save of this picture is still running; try again when it is done</source>
+        <translation>Dieses Bild wird noch gespeichert; versuchen Sie es erneut, wenn das Speichern beendet ist</translation>
+    </message>
+    <message>
+        <source>Saving “%1”...</source>
+        <translation>„%1“ wird gespeichert...</translation>
+    </message>
+    <message>
+        <source>Not saved</source>
+        <translation>Nicht gespeichert</translation>
+    </message>
+    <message>
+        <source>“%1” cannot be saved in its own format; choose another</source>
+        <translation>„%1“ kann nicht in seinem eigenen Format gespeichert werden; wählen Sie ein anderes</translation>
+    </message>
+    <message>
+        <source>“%1” could not be saved: %2.</source>
+        <translation>„%1“ konnte nicht gespeichert werden: %2.</translation>
+    </message>
+    <message>
+        <source>%1[*] – %2</source>
+        <translation>%1[*] – %2</translation>
     </message>
     <message>
         <source>The edits of “%1” could not be restored; the picture is shown as its file holds it.</source>
@@ -262,6 +353,81 @@ Mit den Änderungen und ihrem Verlauf wiederherstellen?</translation>
     <message>
         <source>&amp;Discard</source>
         <translation>&amp;Verwerfen</translation>
+    </message>
+</context>
+<context>
+    <name>Quelto::Lumindra::App::SaveDialog</name>
+    <message>
+        <source>Save Picture As</source>
+        <translation>Bild speichern unter</translation>
+    </message>
+    <message>
+        <source>&amp;Browse...</source>
+        <translation>&amp;Durchsuchen...</translation>
+    </message>
+    <message>
+        <source>%1 (.%2)</source>
+        <translation>%1 (.%2)</translation>
+    </message>
+    <message>
+        <source>File &amp;name:</source>
+        <translation>Datei&amp;name:</translation>
+    </message>
+    <message>
+        <source>&amp;Format:</source>
+        <translation>&amp;Format:</translation>
+    </message>
+    <message>
+        <source>&amp;Quality:</source>
+        <translation>&amp;Qualität:</translation>
+    </message>
+    <message>
+        <source>Metadata</source>
+        <translation>Metadaten</translation>
+    </message>
+    <message>
+        <source>&amp;Remove metadata (camera, date, settings); author and comment stay</source>
+        <translation>Metadaten &amp;entfernen (Kamera, Datum, Einstellungen); Autor und Kommentar bleiben</translation>
+    </message>
+    <message>
+        <source>Remove &amp;GPS location</source>
+        <translation>&amp;GPS-Standort entfernen</translation>
+    </message>
+    <message>
+        <source>&amp;Author:</source>
+        <translation>&amp;Autor:</translation>
+    </message>
+    <message>
+        <source>&amp;Comment:</source>
+        <translation>&amp;Kommentar:</translation>
+    </message>
+    <message>
+        <source>HEIF and AVIF files are saved without metadata.</source>
+        <translation>HEIF- und AVIF-Dateien werden ohne Metadaten gespeichert.</translation>
+    </message>
+    <message>
+        <source>%1 pictures (*.%2)</source>
+        <translation>%1-Bilder (*.%2)</translation>
+    </message>
+    <message>
+        <source>Enter a file name.</source>
+        <translation>Geben Sie einen Dateinamen ein.</translation>
+    </message>
+    <message>
+        <source>Pictures cannot be saved as “.%1” files. Choose a format, or end the name with one of %2.</source>
+        <translation>Bilder können nicht als „.%1“-Dateien gespeichert werden. Wählen Sie ein Format, oder beenden Sie den Namen mit einer dieser Endungen: %2.</translation>
+    </message>
+    <message>
+        <source>The folder “%1” does not exist.</source>
+        <translation>Der Ordner „%1“ existiert nicht.</translation>
+    </message>
+    <message>
+        <source>“%1” is a folder.</source>
+        <translation>„%1“ ist ein Ordner.</translation>
+    </message>
+    <message>
+        <source>“%1” already exists. Replace it?</source>
+        <translation>„%1“ existiert bereits. Ersetzen?</translation>
     </message>
 </context>
 <context>

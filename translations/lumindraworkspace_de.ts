@@ -54,6 +54,66 @@
         <source>files of type “.%1” are not supported</source>
         <translation>Dateien vom Typ „.%1“ werden nicht unterstützt</translation>
     </message>
+    <message>
+        <source>the drawn items could not be drawn (not enough memory)</source>
+        <translation>die gezeichneten Elemente konnten nicht gezeichnet werden (nicht genug Speicher)</translation>
+    </message>
+    <message>
+        <source>the drawn items could not be placed on the picture while it is still changing; try again in a moment</source>
+        <translation>die gezeichneten Elemente konnten nicht auf das Bild gelegt werden, solange es sich noch ändert; versuchen Sie es gleich noch einmal</translation>
+    </message>
+    <message>
+        <source>the file could not be written: %1</source>
+        <translation>die Datei konnte nicht geschrieben werden: %1</translation>
+    </message>
+    <message>
+        <source>the picture could not be encoded: %1</source>
+        <translation>das Bild konnte nicht kodiert werden: %1</translation>
+    </message>
+    <message>
+        <source>the folder “%1” does not exist</source>
+        <translation>der Ordner „%1“ existiert nicht</translation>
+    </message>
+    <message>
+        <source>“%1” is not a folder</source>
+        <translation>„%1“ ist kein Ordner</translation>
+    </message>
+    <message>
+        <source>“%1” is a folder</source>
+        <translation>„%1“ ist ein Ordner</translation>
+    </message>
+    <message>
+        <source>“%1” is not a regular file</source>
+        <translation>„%1“ ist keine gewöhnliche Datei</translation>
+    </message>
+    <message>
+        <source>“%1” is read-only</source>
+        <translation>„%1“ ist schreibgeschützt</translation>
+    </message>
+    <message>
+        <source>the folder “%1” is read-only</source>
+        <translation>der Ordner „%1“ ist schreibgeschützt</translation>
+    </message>
+    <message>
+        <source>no file name was given</source>
+        <translation>es wurde kein Dateiname angegeben</translation>
+    </message>
+    <message>
+        <source>the file name has no extension, so the format is unknown</source>
+        <translation>der Dateiname hat keine Endung, daher ist das Format unbekannt</translation>
+    </message>
+    <message>
+        <source>“.%1” is not a format pictures can be saved in</source>
+        <translation>„.%1“ ist kein Format, in dem Bilder gespeichert werden können</translation>
+    </message>
+    <message>
+        <source>the full picture could not be read from its file</source>
+        <translation>das vollständige Bild konnte nicht aus seiner Datei gelesen werden</translation>
+    </message>
+    <message>
+        <source>the file cannot be replaced: %1</source>
+        <translation>die Datei kann nicht ersetzt werden: %1</translation>
+    </message>
 </context>
 <context>
     <name>Quelto::Lumindra::CompareButton</name>
@@ -100,6 +160,10 @@
         <translation>Fortfahren</translation>
     </message>
     <message>
+        <source>pictures cannot be saved over a “.%1” file; use Save As</source>
+        <translation>Bilder können nicht über eine „.%1“-Datei gespeichert werden; verwenden Sie „Speichern unter“</translation>
+    </message>
+    <message>
         <source>Autosave failed: %1. Recent edits would be lost if the editor stopped unexpectedly.</source>
         <translation>Automatisches Sichern fehlgeschlagen: %1. Die letzten Änderungen gingen verloren, wenn der Editor unerwartet beendet würde.</translation>
     </message>
@@ -118,12 +182,15 @@
 <context>
     <name>Quelto::Lumindra::WorkspaceControllerProvider</name>
     <message>
-        <source>Due to memory limitation image was resized for processing</source>
-        <translation>Wegen begrenzten Arbeitsspeichers wurde das Bild für die Bearbeitung verkleinert</translation>
-    </message>
-    <message>
         <source>The edits of “%1” could not be written to the temporary folder. They are kept in memory, but would be lost if the editor stopped unexpectedly.</source>
         <translation>Die Änderungen an „%1“ konnten nicht in den temporären Ordner geschrieben werden. Sie bleiben im Speicher, gingen aber verloren, wenn der Editor unerwartet beendet würde.</translation>
+    </message>
+</context>
+<context>
+    <name>WorkspaceControllerProvider</name>
+    <message>
+        <source>Due to memory limitation image was resized for processing</source>
+        <translation>Wegen begrenzten Arbeitsspeichers wurde das Bild für die Bearbeitung verkleinert</translation>
     </message>
 </context>
 </TS>

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <map>
+#include <future>
 #include <memory>
 #include <vector>
 
@@ -175,10 +176,9 @@ void WorkspaceScene::onSceneBgModeChanged(SceneBackgroundMode mode)
 
 QRectF WorkspaceScene::TopItemRect() const
 {
-    // The dashed outline sits above everything but is decoration, not content; hidden items
-    // show nothing to put a background under.
+    // The dashed outline is skipped: decoration stacked above everything, it would always win.
     for (const QGraphicsItem* item : items(Qt::DescendingOrder)) {
-        if (item != borderDashItem_ && item->isVisible())
+        if (item != borderDashItem_)
             return item->sceneBoundingRect();
     }
     return QRectF();
@@ -286,12 +286,24 @@ bool WorkspaceScene::HasOverlayItems() const
     });
 }
 
+Proc::CropInfo WorkspaceScene::GetPictureCrop()
+{
+    const QRectF background = GetBackgroundRect();
+    if (!canvas_)
+        return {};
+    const QRectF picture = canvas_->sceneBoundingRect();
+    Proc::CropInfo crop;
+    crop.left = std::max(0, qRound(picture.left() - background.left()));
+    crop.top = std::max(0, qRound(picture.top() - background.top()));
+    crop.right = std::max(0, qRound(background.right() - picture.right()));
+    crop.bottom = std::max(0, qRound(background.bottom() - picture.bottom()));
+    return crop;
+}
+
 boost::intrusive_ptr<Proc::IDataVideo> WorkspaceScene::GetVideo(const Proc::CropInfo& crop)
 {
-    if (QThread::currentThread() != thread()) {
-        LOG(ERROR) << "The scene can be rendered only on the UI thread";
-        return nullptr;
-    }
+    if (QThread::currentThread() != thread())
+        return GetVideoFromOtherThread(crop);
     const QRectF background = GetBackgroundRect();
     borderDashItem_->ResetRegion(QRegion());
 
@@ -339,6 +351,22 @@ boost::intrusive_ptr<Proc::IDataVideo> WorkspaceScene::GetVideo(const Proc::Crop
     rendering_ = false;
     emit renderingStarted(false);
     return image.isNull() ? nullptr : PhotoUtil::ImageUtils::ImageToFrame(image);
+}
+
+boost::intrusive_ptr<Proc::IDataVideo> WorkspaceScene::GetVideoFromOtherThread(const Proc::CropInfo& crop)
+{
+    // Qt items live on the UI thread: the rendering runs there while this thread waits. A scene
+    // destroyed before the call runs drops it, and the broken promise gives a null frame.
+    auto promise = std::make_shared<std::promise<boost::intrusive_ptr<Proc::IDataVideo>>>();
+    std::future<boost::intrusive_ptr<Proc::IDataVideo>> result = promise->get_future();
+    QMetaObject::invokeMethod(
+        this, [this, promise, crop] { promise->set_value(GetVideo(crop)); }, Qt::QueuedConnection);
+    try {
+        return result.get();
+    } catch (const std::future_error& e) {
+        LOG(WARNING) << "The scene went away before it was rendered: " << e.what();
+        return nullptr;
+    }
 }
 
 bool WorkspaceScene::SceneItemTakesDrops(const QPointF& scenePos) const

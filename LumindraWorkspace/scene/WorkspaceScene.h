@@ -33,8 +33,9 @@ class IWorkspaceController;
 // that reach beyond the picture the background colour those items ask for. For the editing
 // core it is the IDrawable that renders the scene items as an image (GetVideo).
 //
-// Threads: the UI thread only, GetVideo included (the core calls it there when it flattens or
-// saves; a call from another thread is refused with an error and a null frame).
+// Threads: the UI thread only, except GetVideo, which the core may call on its rendering thread:
+// such a call renders on the UI thread and blocks until it is done, so the UI thread must not
+// wait for the calling thread meanwhile.
 class LUMINDRA_WORKSPACE_EXPORT WorkspaceScene : public IScene, private PhotoCore::IDrawable {
     Q_OBJECT
 public:
@@ -49,6 +50,7 @@ public:
 
     // The workspace colour; it is painted by drawBackground, the scene's own brush stays
     // transparent.
+    // Misspelt on purpose: callers outside the module use this name.
     void SetBackgroungColor(const QColor& color);
     const QColor& GetSceneColor() const { return sceneColor_; }
     // The receiver of external data dropped where no scene item takes it; not owned; may be null.
@@ -67,6 +69,8 @@ public:
     boost::intrusive_ptr<Proc::IDataVideo> GetVideo(const Proc::CropInfo& crop) override;
     // Whether a visible scene item would be drawn over the picture.
     bool HasOverlayItems() const override;
+    // The margins between the background rectangle and the canvas (the picture), in whole pixels.
+    Proc::CropInfo GetPictureCrop() override;
 
 public Q_SLOTS:
     // Takes effect at the next paint.
@@ -97,6 +101,7 @@ private:
     // returns the background colour those items ask for (transparent when none).
     QColor RecalculateBackground(QRectF rect);
     QRectF TopItemRect() const;
+    boost::intrusive_ptr<Proc::IDataVideo> GetVideoFromOtherThread(const Proc::CropInfo& crop);
     bool SceneItemTakesDrops(const QPointF& scenePos) const;
 
     const Util::ImageUtils& imageUtils_;

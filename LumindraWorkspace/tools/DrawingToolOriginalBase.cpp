@@ -44,7 +44,7 @@ DrawingToolOriginalBase::DrawingToolOriginalBase(QGraphicsView& view,
     Util::ObjectsConnector::registerEmitter(Workspace::IObjectsConnectorID::SCENE_BACKGROUND_MODE_CHANGED, this,
                                             QStringLiteral("2sceneBgModeChanged(SceneBackgroundMode)"), 0);
     Util::ObjectsConnector::registerEmitter(LumindraInt::IObjectsConnectorID::COMPARE_TOOL_ERROR_CREATE, this,
-                                            QStringLiteral("2errorCreate()"), true);
+                                            QStringLiteral("2errorCreate()"), 0);
 }
 
 DrawingToolOriginalBase::~DrawingToolOriginalBase()

@@ -50,13 +50,6 @@ const char* const kContextMenuStyle = "Fusion";
 using HostIds = LumindraInt::IObjectsConnectorID;
 using WorkspaceIds = Workspace::IObjectsConnectorID;
 
-bool HasSceneItemAt(QGraphicsScene* scene, const QPointF& scenePos)
-{
-    const QList<QGraphicsItem*> items = scene->items(scenePos);
-    return std::any_of(items.begin(), items.end(), [](QGraphicsItem* item) {
-        return dynamic_cast<LumindraSceneItem::ISceneItem*>(item) != nullptr;
-    });
-}
 } // namespace
 
 const char* const WorkspaceView::MENU_POSITION = "MENU_POSITION";
@@ -69,8 +62,6 @@ WorkspaceView::WorkspaceView(QWidget* parent)
     // coordinates coincide, which the cursor anchor of a zoom relies on.
     setFrameShape(QFrame::NoFrame);
     SetScrollBarPolicies(Qt::ScrollBarAlwaysOff, Qt::ScrollBarAlwaysOff);
-    horizontalScrollBar()->installEventFilter(this);
-    verticalScrollBar()->installEventFilter(this);
 
     setAttribute(Qt::WA_AcceptTouchEvents);
     viewport()->setAttribute(Qt::WA_AcceptTouchEvents);
@@ -90,7 +81,9 @@ WorkspaceView::WorkspaceView(QWidget* parent)
     }
 
     using Util::ObjectsConnector;
-    ObjectsConnector::registerEmitter(HostIds::SCALE_CANCHED, emitter, QStringLiteral("2scaleChanged(double)"), true);
+    // SCALE_CANCHED: the host's spelling, deliberate. Flag 0 like every other registration: the
+    // connector ignores it, and one rule for all registrations beats a lone exception.
+    ObjectsConnector::registerEmitter(HostIds::SCALE_CANCHED, emitter, QStringLiteral("2scaleChanged(double)"), 0);
     ObjectsConnector::registerEmitter(HostIds::BRUSH_SIZE_CHANGED, this, QStringLiteral("2changeBrushSize(bool)"), 0);
     ObjectsConnector::registerEmitter(WorkspaceIds::PREVIOUS_FILE_ARROW, this, QStringLiteral("2prevFileArrow()"), 0);
     ObjectsConnector::registerEmitter(WorkspaceIds::NEXT_FILE_ARROW, this, QStringLiteral("2nextFileArrow()"), 0);
@@ -168,6 +161,7 @@ void WorkspaceView::ScaleToPercent(double percent)
 
     QScopedValueRollback<bool> scaling(scalingInProgress, true);
     scale(factor, factor);
+    SnapToLimit();
     // The top-left pixel gives the null point too and then keeps the view's own anchor; a
     // cursor there is rare enough not to need a flag of its own.
     if (!anchor.isNull()) {
@@ -193,21 +187,20 @@ IScalableView::ScalePolicy WorkspaceView::CanScale()
     if (!scene())
         return ScaleNone;
     const double current = GetCurrentScalePercent();
-    // A limit reached through a chain of relative factors may miss it by a rounding error; that
-    // counts as reached, or a refused request could still creep on by a factor of 1 + 1e-16.
-    const auto beyond = [](double a, double b) { return a > b && !qFuzzyCompare(a, b); };
+    // Strict both ways: a zoom clamped to a limit lands on it exactly (SnapToLimit).
     int policy = ScaleNone;
-    if (beyond(current, minScalePercent))
+    if (current > minScalePercent)
         policy |= ScaleDown;
-    if (beyond(maxScalePercent, current))
+    if (maxScalePercent > current)
         policy |= ScaleUp;
     return static_cast<ScalePolicy>(policy);
 }
 
 bool WorkspaceView::SetRestrictionForScale(ScalePolicy policy, double percent)
 {
-    // A limit of zero or less would scale the picture to nothing, with no way back.
-    if (!std::isfinite(percent) || percent <= 0.0) {
+    // Kept stricter for the two limits: a lower limit of NaN or zero scales the picture to nothing.
+    const bool usable = std::isfinite(percent) && percent > 0.0;
+    if (!usable && (policy == ScaleDown || policy == ScaleUp)) {
         LOG(WARNING) << "Zoom limit refused: " << percent << " is not a positive zoom in percent";
         return false;
     }
@@ -225,7 +218,8 @@ bool WorkspaceView::SetRestrictionForScale(ScalePolicy policy, double percent)
     case ScaleNone:
         return false;
     default:
-        // Values outside the enumeration set the upper limit unchecked; hosts rely on it.
+        // Values outside the enumeration set the upper limit unchecked; hosts rely on it. Harmless
+        // even when unusable: the lower limit still clamps every zoom.
         maxScalePercent = percent;
         return true;
     }
@@ -287,11 +281,11 @@ QRect WorkspaceView::GetViewRect()
 void WorkspaceView::HandleWheelEvent(QWheelEvent* event)
 {
     if (QGraphicsScene* currentScene = scene()) {
-        if (HasSceneItemAt(currentScene, mapToScene(event->position().toPoint()))) {
-            // Only the items may take the wheel here; scrolling instead of zooming when none
-            // does would surprise more than it helps.
-            QScopedValueRollback<bool> itemsOnly(wheelForItemsOnly, true);
-            event->ignore();
+        // Offered once per scene item under the cursor; one that refuses lets the scroll bars
+        // have it, and a scroll that moves them takes the notch instead of the zoom.
+        for (QGraphicsItem* item : currentScene->items(mapToScene(event->position().toPoint()))) {
+            if (!dynamic_cast<LumindraSceneItem::ISceneItem*>(item))
+                continue;
             QGraphicsView::wheelEvent(event);
             if (event->isAccepted())
                 return;
@@ -304,6 +298,23 @@ void WorkspaceView::HandleWheelEvent(QWheelEvent* event)
     event->accept();
     if (emitter)
         emit emitter->scaledByWheel();
+}
+
+void WorkspaceView::SnapToLimit()
+{
+    // scale() multiplies by a factor: 11.2 % times 1600 / 11.2 lands a rounding error short of
+    // 1600 %, and a limit missed so is never reached by the strict tests of CanScale. A relative
+    // 1e-9 is far above such errors and far below any zoom a person asks for.
+    QTransform matrix = transform();
+    const double percent = matrix.m11() * 100.0;
+    for (const double limit : {minScalePercent, maxScalePercent}) {
+        if (percent != limit && std::abs(percent - limit) <= 1e-9 * limit && matrix.m12() == 0.0 && matrix.m21() == 0.0) {
+            matrix.setMatrix(limit / 100.0, 0.0, matrix.m13(), 0.0, limit / 100.0, matrix.m23(), matrix.m31(),
+                             matrix.m32(), matrix.m33());
+            setTransform(matrix);
+            return;
+        }
+    }
 }
 
 double WorkspaceView::ConvertPercentToScaleFactor(double percent) const
@@ -505,14 +516,6 @@ bool WorkspaceView::event(QEvent* event)
     if (event->type() == QEvent::Gesture && HandleGesture(static_cast<QGestureEvent*>(event)))
         return true;
     return QGraphicsView::event(event);
-}
-
-bool WorkspaceView::eventFilter(QObject* watched, QEvent* event)
-{
-    if (wheelForItemsOnly && event->type() == QEvent::Wheel
-        && (watched == horizontalScrollBar() || watched == verticalScrollBar()))
-        return true;
-    return QGraphicsView::eventFilter(watched, event);
 }
 
 void WorkspaceView::resizeEvent(QResizeEvent* event)

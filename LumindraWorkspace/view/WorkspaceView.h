@@ -124,7 +124,6 @@ protected:
     void mouseDoubleClickEvent(QMouseEvent* event) override;
     void leaveEvent(QEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
-    bool eventFilter(QObject* watched, QEvent* event) override;
 
 private slots:
     void OnContextMenu();
@@ -138,6 +137,8 @@ private:
     bool ToolTakesInput() const;
     bool HandleNavigationKey(QKeyEvent* event);
     void SendSyntheticLeftButton(QEvent::Type type);
+    // Puts a zoom that a rounding error left next to a limit exactly on it.
+    void SnapToLimit();
     void SetScrollBarPolicies(Qt::ScrollBarPolicy horizontal, Qt::ScrollBarPolicy vertical);
 
     // Zoom state; read by the host only through IScalableView.
@@ -161,9 +162,6 @@ private:
     // Buttons held according to the last mouse event of the viewport (ours included), which
     // unlike the application's state also follows events that were sent rather than clicked.
     Qt::MouseButtons heldButtons = Qt::NoButton;
-    // While set, the scroll bars ignore the wheel so that a wheel offered to scene items cannot
-    // turn into a scroll when no item takes it.
-    bool wheelForItemsOnly = false;
     QTimer contextMenuTimer;
     QMenu* contextMenu = nullptr;
 

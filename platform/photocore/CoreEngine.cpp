@@ -5,6 +5,7 @@
 #include <future>
 #include <sstream>
 
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
@@ -257,14 +258,17 @@ DataVideoPtr CoreEngine::RenderOverlay()
     overlayOnly_.store(true);
     DataVideoPtr overlay;
     try {
-        overlay = drawable->GetVideo(Proc::CropInfo {});
+        // Items may reach beyond the picture; only what lies on it is written.
+        overlay = drawable->GetVideo(drawable->GetPictureCrop());
     } catch (...) {
         overlayOnly_.store(false);
         throw;
     }
     overlayOnly_.store(false);
     if (!overlay)
-        return nullptr;
+        throw PhotoCoreException(
+            QCoreApplication::translate("PhotoCore", "the drawn items could not be drawn (not enough memory)")
+                .toStdString());
     // The size the picture has once the queued renders are done, which is what a job queued
     // now will see.
     Conf::FrameInfo picture;
@@ -273,12 +277,18 @@ DataVideoPtr CoreEngine::RenderOverlay()
         picture = LogicalInfoLocked(std::size_t(history_.GetUndoCount()));
     }
     const Conf::FrameInfo& a = overlay->GetFrameInfo();
+    // Writing the picture without its items would lose what the person drew: refuse instead.
     if (a.width != picture.width || a.height != picture.height) {
         LOG(WARNING) << "Overlay of " << a.width << "x" << a.height << " does not match the picture of "
-                     << picture.width << "x" << picture.height << "; items beyond the picture are not saved";
-        return nullptr;
+                     << picture.width << "x" << picture.height;
+        throw PhotoCoreException(QCoreApplication::translate(
+                                     "PhotoCore", "the drawn items could not be placed on the picture while it is "
+                                                  "still changing; try again in a moment")
+                                     .toStdString());
     }
-    return overlay->GetPixFmt() == Proc::PIX_FMT_BGRA32 ? overlay : nullptr;
+    if (overlay->GetPixFmt() != Proc::PIX_FMT_BGRA32)
+        throw PhotoCoreException("The drawn items came in pixel format " + std::to_string(overlay->GetPixFmt()));
+    return overlay;
 }
 
 // ---------------------------------------------------------------------------------------------

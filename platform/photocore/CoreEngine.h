@@ -103,7 +103,9 @@ public:
     bool WaitForIdle(int timeoutMs) const { return queue_.WaitForIdle(timeoutMs); }
 
     // Asks the drawable (on the calling UI thread) for the overlay items alone, over
-    // transparency. Null without a drawable or when it has no items.
+    // transparency, cut to the picture. Null without a drawable or when it has no items.
+    // Throws PhotoCoreException with a readable reason when they cannot be placed on the
+    // picture (it is not yet the size the queued edits give it).
     Proc::DataVideoPtr RenderOverlay();
 
     // --- History ---

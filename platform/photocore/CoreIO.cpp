@@ -5,6 +5,7 @@
 #include <cstring>
 #include <sstream>
 
+#include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDateTime>
 #include <QDir>
@@ -64,6 +65,32 @@ void WriteFrameAtomically(const Proc::IDataVideo& frame, const std::string& targ
     }
 }
 
+QString Tr(const char* text)
+{
+    return QCoreApplication::translate("PhotoCore", text);
+}
+
+// Why `target` cannot be written through a temporary file beside it; empty when it can. The
+// folder must take a new file even when the target exists, as the target is replaced by a rename.
+QString WhyNotWritable(const QFileInfo& target)
+{
+    const QString folder = QDir::toNativeSeparators(target.absolutePath());
+    const QFileInfo folderInfo(target.absolutePath());
+    if (!folderInfo.exists())
+        return Tr(QT_TRANSLATE_NOOP("PhotoCore", "the folder “%1” does not exist")).arg(folder);
+    if (!folderInfo.isDir())
+        return Tr(QT_TRANSLATE_NOOP("PhotoCore", "“%1” is not a folder")).arg(folder);
+    if (target.isDir())
+        return Tr(QT_TRANSLATE_NOOP("PhotoCore", "“%1” is a folder")).arg(target.fileName());
+    if (target.exists() && !target.isFile())
+        return Tr(QT_TRANSLATE_NOOP("PhotoCore", "“%1” is not a regular file")).arg(target.fileName());
+    if (target.exists() && !target.isWritable())
+        return Tr(QT_TRANSLATE_NOOP("PhotoCore", "“%1” is read-only")).arg(target.fileName());
+    if (!folderInfo.isWritable())
+        return Tr(QT_TRANSLATE_NOOP("PhotoCore", "the folder “%1” is read-only")).arg(folder);
+    return QString();
+}
+
 } // namespace
 
 CoreIO::CoreIO(std::shared_ptr<CoreEngine> engine, MetadataSettings metadata, SettingsSave saveSettings,
@@ -90,44 +117,49 @@ ioPath CoreIO::GetSessionFolder() const
 
 std::uint64_t CoreIO::StartSave(const SettingsSave& settings)
 {
-    const auto refuse = [this](SaveResult result, const std::string& target, std::string reason) {
-        LOG(ERROR) << "Saving " << target << " failed: " << reason;
-        return engine_->StartJob(ICoreEventHandler::CoreEventJobDone::JOB_SAVE, target, [result, reason] {
-            CoreJobs::Outcome outcome;
-            outcome.success = false;
-            outcome.code = int(result);
-            outcome.text = "Not saved";
-            outcome.reason = reason;
-            return outcome;
-        });
+    const auto refuse = [this](SaveResult result, const std::string& target, const QString& reason) {
+        LOG(ERROR) << "Saving " << target << " failed: " << ToUtf8(reason);
+        return engine_->StartJob(ICoreEventHandler::CoreEventJobDone::JOB_SAVE, target,
+                                 [result, reason = ToUtf8(reason)] {
+                                     CoreJobs::Outcome outcome;
+                                     outcome.success = false;
+                                     outcome.code = int(result);
+                                     outcome.text = "Not saved";
+                                     outcome.reason = reason;
+                                     return outcome;
+                                 });
     };
     std::string target = settings.GetFileName();
     if (target.empty())
-        return refuse(SaveResultFailed, target, "no file name was given");
+        return refuse(SaveResultFailed, target, Tr(QT_TRANSLATE_NOOP("PhotoCore", "no file name was given")));
     const QString suffix = QFileInfo(FromUtf8(target)).suffix();
     const std::string extension = settings.GetFileExt().empty() ? ToUtf8(suffix.toLower()) : settings.GetFileExt();
     const auto description = PhotoUtil::FormatHelper::GetFormatDescriptionForExtension(extension, true);
     const std::string codec = settings.GetCodecID().empty() ? description.second.codecId : settings.GetCodecID();
     if (codec.empty() || !ImageEncoder::CanWrite(codec))
-        return refuse(SaveResultFormatRefused, target, "images cannot be written as \"" + extension + "\"");
+        return refuse(SaveResultFormatRefused, target,
+                      extension.empty()
+                          ? Tr(QT_TRANSLATE_NOOP("PhotoCore", "the file name has no extension, so the format is unknown"))
+                          : Tr(QT_TRANSLATE_NOOP("PhotoCore", "“.%1” is not a format pictures can be saved in"))
+                                .arg(FromUtf8(extension)));
     if (suffix.isEmpty() && settings.GetForceSuffix() && !description.second.extensions.empty())
         target += "." + description.second.extensions.front();
 
     const QFileInfo targetInfo(FromUtf8(target));
+    const QString problem = WhyNotWritable(targetInfo);
+    if (!problem.isEmpty())
+        return refuse(SaveResultNotWritable, target, problem);
     const QFileInfo folderInfo(targetInfo.absolutePath());
-    if (!folderInfo.isDir() || !folderInfo.isWritable()
-        || (targetInfo.exists() && (!targetInfo.isFile() || !targetInfo.isWritable())))
-        return refuse(SaveResultNotWritable, target, "the file or its folder cannot be written");
 
-    const auto progress = engine_->GetProgressController();
-    if (progress)
-        progress->Begin("Saving " + ToUtf8(targetInfo.fileName()));
     Proc::DataVideoPtr overlay;
     try {
         overlay = engine_->RenderOverlay();
     } catch (const std::exception& e) {
-        LOG(WARNING) << "The overlay could not be drawn and is not saved: " << e.what();
+        return refuse(SaveResultFailed, target, FromUtf8(e.what()));
     }
+    const auto progress = engine_->GetProgressController();
+    if (progress)
+        progress->Begin("Saving " + ToUtf8(targetInfo.fileName()));
     MetadataSettings metadata = settings.GetMetadataSettings();
     // The pixels are upright, so the orientation must say so.
     metadata.GetMetadata().SetTag(Proc::IImageMetadata::EXIF, Proc::IImageMetadata::BLOCK_IMAGE,
@@ -146,7 +178,8 @@ std::uint64_t CoreIO::StartSave(const SettingsSave& settings)
             // On the render thread, after the renders asked for before the save.
             Proc::DataVideoPtr frame = engine->GetWorkingFrame();
             if (!frame)
-                throw PhotoCoreException("the picture is not loaded");
+                throw PhotoCoreException(
+                    ToUtf8(Tr(QT_TRANSLATE_NOOP("PhotoCore", "the full picture could not be read from its file"))));
             if (overlay && !Proc::AlphaRange::Of(*overlay).IsInvisible())
                 frame = FrameOps::CompositeOver(*frame, *overlay);
             ImageEncoder::Write(*frame, codec, formatSettings, dpi, temporary);
@@ -155,7 +188,9 @@ std::uint64_t CoreIO::StartSave(const SettingsSave& settings)
             if (QFileInfo::exists(FromUtf8(target)))
                 QFile::setPermissions(FromUtf8(temporary), QFile::permissions(FromUtf8(target)));
             if (std::rename(temporary.c_str(), target.c_str()) != 0)
-                throw PhotoCoreException(std::string("the file cannot be replaced: ") + std::strerror(errno));
+                throw PhotoCoreException(
+                    ToUtf8(Tr(QT_TRANSLATE_NOOP("PhotoCore", "the file cannot be replaced: %1"))
+                               .arg(QString::fromLocal8Bit(std::strerror(errno)))));
         } catch (const std::exception& e) {
             QFile::remove(FromUtf8(temporary));
             LOG(ERROR) << "Saving " << target << " failed: " << e.what();

@@ -101,6 +101,9 @@ void CoreRenderer::RunLoad(std::uint64_t jobId)
         if (!display)
             display = FrameOps::ToDisplay(working);
     }
+    // Levels first: a canvas that gets a frame without them has only the full frame to draw
+    // from until its copy at the on-screen size is made.
+    BuildLevels(display);
     frames_.SetFull(working, display, scaled, MinAlphaOf(working, {}));
     host_.OnFullFrame(working->GetFrameInfo());
     const double elapsedMs = CountRender(MillisecondsSince(start));
@@ -119,7 +122,6 @@ void CoreRenderer::RunLoad(std::uint64_t jobId)
     CoreJobs::Outcome outcome;
     outcome.text = "Loaded";
     events_.PublishCore(&ICoreEventHandler::HandleJobDone, jobs_.Finish(jobId, outcome));
-    BuildLevels(display);
 }
 
 void CoreRenderer::FinishLoadFailed(std::uint64_t jobId, const std::string& name, const std::string& message)
@@ -178,6 +180,7 @@ void CoreRenderer::RunRender(const Target& target, std::uint64_t jobId)
         }
     }
     const DataVideoPtr display = FrameOps::ToDisplay(working);
+    BuildLevels(display);
     frames_.SetCurrent(working, display, target.steps, MinAlphaOf(working, target.steps));
     host_.OnRendered(working->GetFrameInfo(), target.steps);
     const double elapsedMs = CountRender(MillisecondsSince(start));
@@ -196,7 +199,6 @@ void CoreRenderer::RunRender(const Target& target, std::uint64_t jobId)
     changed.description = target.name;
     events_.PublishCore(&ICoreEventHandler::HandleStateChanged, changed);
     events_.PublishCore(&ICoreEventHandler::HandleJobDone, jobs_.Finish(jobId, outcome));
-    BuildLevels(display);
 }
 
 void CoreRenderer::RunPreview(const std::shared_ptr<const Proc::SettingsBase>& settings)

@@ -13,6 +13,9 @@ public:
     virtual Proc::DataVideoPtr GetVideo(const Proc::CropInfo& crop) = 0;
     // Whether there is anything to draw: without items, GetVideo would only give transparency.
     virtual bool HasOverlayItems() const { return true; }
+    // The margins that cut what GetVideo draws (the picture and the items that reach beyond it)
+    // down to the picture itself; none when nothing reaches beyond.
+    virtual Proc::CropInfo GetPictureCrop() { return {}; }
 };
 
 } // namespace Quelto::Lumindra::PhotoCore

@@ -261,6 +261,10 @@ ImageHeader ImageDecoder::ReadHeader(const std::string& utf8Path)
         header.orientation = std::clamp(vips_image_get_orientation(image.get_image()), 1, 8);
         header.hasAlpha = image.has_alpha();
         header.sixteenBit = IsDeep(image);
+        // The HEIF loader reads AVIF too; the codec inside decides how the file is written back.
+        if (header.codec == "heif" && image.get_typeof("heif-compression") != 0
+            && std::string(image.get_string("heif-compression")) == "av1")
+            header.codec = "avif";
         if (image.get_typeof(VIPS_META_ICC_NAME) != 0) {
             std::size_t size = 0;
             const void* data = image.get_blob(VIPS_META_ICC_NAME, &size);

@@ -15,7 +15,7 @@ struct ImageHeader {
     static constexpr double kDefaultDpi = 72.0;
 
     std::string loader; // the libvips loader that reads it ("jpegload", ...)
-    std::string codec;  // "jpeg", "png", "tiff", "webp", "heif" or "gif"
+    std::string codec;  // "jpeg", "png", "tiff", "webp", "heif", "avif" or "gif"
     int width = 0;      // as stored, before the orientation is applied
     int height = 0;
     int orientation = 1; // EXIF orientation, 1..8

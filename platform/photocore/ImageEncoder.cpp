@@ -2,7 +2,10 @@
 
 #include <algorithm>
 
+#include <QCoreApplication>
+
 #include "core/Exception.h"
+#include "photocore/JpegEncoder.h"
 #include "proc/PixelConverter.h"
 #include "proc/Vips.h"
 
@@ -47,12 +50,32 @@ vips::VImage View(const Proc::IDataVideo& frame)
     return image;
 }
 
+// libvips names the temporary file and its own functions; the system's error is what a person
+// can act on ("No space left on device", "File too large", "Permission denied").
+std::string Readable(const std::string& vipsMessage)
+{
+    static const std::string kSystem = "unix error: ";
+    const std::size_t at = vipsMessage.find(kSystem);
+    if (at != std::string::npos) {
+        const std::size_t from = at + kSystem.size();
+        const std::string system = vipsMessage.substr(from, vipsMessage.find('\n', from) - from);
+        return QCoreApplication::translate("PhotoCore", "the file could not be written: %1")
+            .arg(QString::fromStdString(system))
+            .toStdString();
+    }
+    std::string message = vipsMessage;
+    std::replace(message.begin(), message.end(), '\n', ' ');
+    return QCoreApplication::translate("PhotoCore", "the picture could not be encoded: %1")
+        .arg(QString::fromStdString(message))
+        .toStdString();
+}
+
 } // namespace
 
 bool ImageEncoder::CanWrite(const std::string& codec)
 {
     return codec == "jpeg" || codec == "png" || codec == "tiff" || codec == "webp" || codec == "heif"
-        || codec == "gif";
+        || codec == "avif" || codec == "gif";
 }
 
 void ImageEncoder::Write(const Proc::IDataVideo& frame, const std::string& codec,
@@ -60,16 +83,21 @@ void ImageEncoder::Write(const Proc::IDataVideo& frame, const std::string& codec
 {
     if (!CanWrite(codec))
         throw Core::Exception("Images cannot be written as \"" + codec + "\"");
+    const int quality = std::clamp(Value(settings, codec, PhotoUtil::IFormatSettings::QUALITY, kDefaultQuality), 1, 100);
+    if (codec == "jpeg") {
+        // Flattened onto white the way the core flattens, so a saved file shows what the screen did.
+        const bool ready = frame.GetPixFmt() == Proc::PIX_FMT_BGRA32 && frame.IsOpaque();
+        const Proc::DataVideoPtr eightBit =
+            ready ? nullptr : Proc::PixelConverter::Convert(frame, Proc::PIX_FMT_BGRA32, Proc::PixelConverter::Pad {});
+        JpegEncoder::Write(ready ? frame : *eightBit, quality, dpi, utf8Path);
+        return;
+    }
     Proc::EnsureVipsStarted();
     using Opt = vips::VOption;
     try {
+        // Every format below keeps alpha.
         const bool keepsDepth = codec == "png" || codec == "tiff";
-        const bool keepsAlpha = codec != "jpeg";
-        // Flattened onto white the way the core flattens, so a saved file shows what the screen did.
-        Proc::DataVideoPtr flattened;
-        if (!frame.IsOpaque() && !keepsAlpha)
-            flattened = Proc::PixelConverter::Convert(frame, frame.GetPixFmt(), Proc::PixelConverter::Pad {});
-        vips::VImage image = View(flattened ? *flattened : frame);
+        vips::VImage image = View(frame);
         if (image.format() != VIPS_FORMAT_UCHAR && !keepsDepth)
             image = image.colourspace(VIPS_INTERPRETATION_sRGB);
         if (image.format() != VIPS_FORMAT_UCHAR && image.format() != VIPS_FORMAT_USHORT)
@@ -79,11 +107,8 @@ void ImageEncoder::Write(const Proc::IDataVideo& frame, const std::string& codec
         image = image.copy(vips::VImage::option()->set("xres", pixelsPerMm)->set("yres", pixelsPerMm));
 
         const char* path = utf8Path.c_str();
-        const int quality = std::clamp(Value(settings, codec, PhotoUtil::IFormatSettings::QUALITY, kDefaultQuality), 1, 100);
         Opt* options = vips::VImage::option()->set("strip", true);
-        if (codec == "jpeg") {
-            image.jpegsave(path, options->set("Q", quality));
-        } else if (codec == "png") {
+        if (codec == "png") {
             const int level = std::clamp(
                 Value(settings, codec, PhotoUtil::IFormatSettings::COMPRESSION, kDefaultPngCompression), 0, 9);
             image.pngsave(path, options->set("compression", level));
@@ -94,18 +119,16 @@ void ImageEncoder::Write(const Proc::IDataVideo& frame, const std::string& codec
         } else if (codec == "webp") {
             const bool lossless = Value(settings, codec, PhotoUtil::IFormatSettings::LOSSLESS, 0) != 0;
             image.webpsave(path, options->set("Q", quality)->set("lossless", lossless));
-        } else if (codec == "heif") {
-            // The HEIF family: AVIF files hold AV1, the others HEVC.
-            const bool avif = utf8Path.size() >= 5 && utf8Path.compare(utf8Path.size() - 5, 5, ".avif") == 0;
-            image.heifsave(path, options->set("Q", quality)->set("compression", avif ? VIPS_FOREIGN_HEIF_COMPRESSION_AV1
-                                                                                     : VIPS_FOREIGN_HEIF_COMPRESSION_HEVC));
+        } else if (codec == "heif" || codec == "avif") {
+            // One container, two codecs; the path says nothing (the core writes a temporary file).
+            image.heifsave(path, options->set("Q", quality)
+                                     ->set("compression", codec == "avif" ? VIPS_FOREIGN_HEIF_COMPRESSION_AV1
+                                                                          : VIPS_FOREIGN_HEIF_COMPRESSION_HEVC));
         } else {
             image.gifsave(path, options);
         }
     } catch (const vips::VError& e) {
-        std::string message(e.what());
-        std::replace(message.begin(), message.end(), '\n', ' ');
-        throw Core::Exception("Encoding failed: " + message);
+        throw Core::Exception(Readable(e.what()));
     }
 }
 

@@ -7,10 +7,11 @@
 
 namespace Quelto::Lumindra::PhotoCore {
 
-// Encodes frames to files with libvips: JPEG, PNG, TIFF, WebP, HEIF and GIF, with the encoder
-// settings of the codec's entry in a format settings list (quality, compression, lossless).
-// Alpha is dropped from opaque frames and flattened onto white for formats without it; 16-bit
-// frames stay 16-bit where the format allows (PNG, TIFF). No metadata is written here.
+// Encodes frames to files: JPEG with libjpeg-turbo (JpegEncoder), PNG, TIFF, WebP, HEIF (HEVC),
+// AVIF and GIF with libvips, with the encoder settings of the codec's entry in a format settings
+// list (quality, compression, lossless). Alpha is dropped from opaque frames and flattened onto
+// white for formats without it; 16-bit frames stay 16-bit where the format allows (PNG, TIFF).
+// No metadata is written here.
 // Stateless and thread-safe; called on the core's render thread.
 class ImageEncoder {
 public:

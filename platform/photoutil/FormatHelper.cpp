@@ -70,16 +70,16 @@ std::vector<KnownFormat> BuildFormats()
         format.displayName = QString::fromLatin1(name);
         return format;
     };
-    std::vector<std::string> heifExtensions {"heic", "heif"};
-    if (vipsReady && CanSave("avif"))
-        heifExtensions.push_back("avif");
     // GIF keeps only 256 colours: writing it over the open file would lose the photo's colours.
+    // AVIF shares HEIF's container and loader but holds AV1 instead of HEVC: a format of its own,
+    // so that its codec travels with the record rather than with a file name.
     return {
         make("jpeg", {"jpg", "jpeg", "jpe"}, "jpegload", false, false, "JPEG"),
         make("png", {"png"}, "pngload", true, false, "PNG"),
         make("tiff", {"tif", "tiff"}, "tiffload", true, false, "TIFF"),
         make("webp", {"webp"}, "webpload", true, false, "WebP"),
-        make("heif", heifExtensions, "heifload", true, false, "HEIF"),
+        make("heif", {"heic", "heif"}, "heifload", true, false, "HEIF"),
+        make("avif", {"avif"}, "heifload", true, false, "AVIF"),
         make("gif", {"gif"}, "gifload", true, true, "GIF"),
     };
 }

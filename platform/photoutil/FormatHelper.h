@@ -12,7 +12,7 @@ namespace Quelto::Lumindra::PhotoUtil {
 
 // What the application knows of one file format.
 struct FormatRecord {
-    std::string codecId;                 // "jpeg", "png", "tiff", "webp", "heif", "gif"; empty = unknown
+    std::string codecId;                 // "jpeg", "png", "tiff", "webp", "heif", "avif", "gif"; empty = unknown
     std::vector<std::string> extensions; // lower case, without the dot; the first is the usual one
     bool readable = false;
     bool writable = false;

@@ -26,7 +26,7 @@ std::map<std::string, int> DefaultsOf(const std::string& codecId)
         return {{IFormatSettings::QUALITY, kWebpQuality}, {IFormatSettings::LOSSLESS, 0}};
     if (codecId == "tiff")
         return {{IFormatSettings::COMPRESSION, kTiffDeflate}};
-    if (codecId == "heif")
+    if (codecId == "heif" || codecId == "avif")
         return {{IFormatSettings::QUALITY, kHeifQuality}};
     if (codecId == "gif")
         return {};

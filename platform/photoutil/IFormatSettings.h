@@ -13,7 +13,7 @@ namespace Quelto::Lumindra::PhotoUtil {
 // Encoder settings of one file format (quality, compression, ...), as named integer values.
 class IFormatSettings : public virtual Core::IRefCounted {
 public:
-    static constexpr const char* QUALITY = "quality";         // 1..100 (JPEG, WebP, HEIF)
+    static constexpr const char* QUALITY = "quality";         // 1..100 (JPEG, WebP, HEIF, AVIF)
     static constexpr const char* COMPRESSION = "compression"; // 0..9 (PNG), 0/1 deflate (TIFF)
     static constexpr const char* LOSSLESS = "lossless";       // 0/1 (WebP)
 

@@ -246,8 +246,11 @@ public:
             throw Core::Exception("Cannot write metadata: " + utf8Path + " is not an existing file");
         const fs::path temp = target.parent_path()
             / fs::u8path("." + target.filename().u8string() + "." + fs::path(Core::GenerateTempFileName("tmp")).filename().u8string());
-        if (!fs::copy_file(target, temp, fs::copy_options::overwrite_existing, ec))
+        if (!fs::copy_file(target, temp, fs::copy_options::overwrite_existing, ec)) {
+            std::error_code ignored;
+            fs::remove(temp, ignored); // a copy cut short (a full disk) leaves a part behind
             throw Core::Exception("Cannot write metadata to " + utf8Path + ": " + ec.message());
+        }
         try {
             Exiv2::Image::AutoPtr image = Exiv2::ImageFactory::open(temp.string());
             image->readMetadata(); // keeps what is not ours to change (ICC profile, file comment)

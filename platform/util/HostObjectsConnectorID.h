@@ -24,7 +24,7 @@ struct IObjectsConnectorID {
     static const QString UI_CONTROL_USED;
     static const QString SET_WORKSPACE_FOCUS;
     static const QString BRUSH_SIZE_CHANGED;
-    static const QString SCALE_CANCHED;
+    static const QString SCALE_CANCHED; // misspelt on purpose: the host's interface fixes this name
     static const QString GUIDE_WIDGET_ACTIVATED;
     static const QString GET_INFOTIP_MANAGER;
     static const QString COPY_SELECTED_SCENE_ITEMS_TO_CLIPBOARD;

@@ -164,6 +164,21 @@ public:
         return found == wires_.constEnd() ? 0 : int(found->receivers.size());
     }
 
+    QStringList Registrations(const QString& id)
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        QStringList list;
+        auto found = wires_.constFind(id);
+        if (found == wires_.constEnd())
+            return list;
+        for (const std::vector<Member>* side : {&found->emitters, &found->receivers}) {
+            for (const Member& m : *side)
+                list << QString::fromLatin1(ClassName(m.object)) + QLatin1Char(' ') + QString::fromUtf8(m.signature);
+        }
+        list.sort();
+        return list;
+    }
+
     int ConnectionCount(const QString& id)
     {
         std::lock_guard<std::mutex> lock(mutex_);
@@ -276,6 +291,11 @@ int ObjectsConnector::emitterCount(const QString& id)
 int ObjectsConnector::receiverCount(const QString& id)
 {
     return Registry::Instance().ReceiverCount(id);
+}
+
+QStringList ObjectsConnector::registrations(const QString& id)
+{
+    return Registry::Instance().Registrations(id);
 }
 
 int ObjectsConnector::connectionCount(const QString& id)

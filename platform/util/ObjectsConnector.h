@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QStringList>
 
 namespace Quelto::Lumindra::Util {
 
@@ -37,6 +38,9 @@ public:
     static int emitterCount(const QString& id);
     static int receiverCount(const QString& id);
     static int connectionCount(const QString& id);
+    // "ClassName 2signature" of every live emitter and receiver under the identifier, signatures
+    // normalised, sorted.
+    static QStringList registrations(const QString& id);
 };
 
 } // namespace Quelto::Lumindra::Util

@@ -123,9 +123,10 @@ TEST_F(GermanEditorTest, EveryMenuEntryIsGermanWithItsOwnMnemonic)
 TEST_F(GermanEditorTest, TheModulesTextsAreGermanUnderTheContextsTheyAreLookedUpIn)
 {
     const Translations translations(QLocale::system(), Installation::GetTranslationsDirectory());
-    // Each text through its class's own tr(), which looks up the namespace-qualified class name.
+    // Each text under the context its code looks it up in: a class's own tr() uses the
+    // namespace-qualified class name, the memory alert the bare one.
     const std::pair<QString, QString> texts[] = {
-        {WorkspaceControllerProvider::tr("Due to memory limitation image was resized for processing"),
+        {QCoreApplication::translate("WorkspaceControllerProvider", "Due to memory limitation image was resized for processing"),
          QStringLiteral("Wegen begrenzten Arbeitsspeichers wurde das Bild für die Bearbeitung verkleinert")},
         {WorkspaceController::tr("Continue"), QStringLiteral("Fortfahren")},
         {WorkspaceController::tr("Your image will be saved with a white background, as %1 format does not support "

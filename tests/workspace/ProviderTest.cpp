@@ -10,11 +10,13 @@
 
 #include <QSignalSpy>
 
+#include "LumindraWorkspace/WorkspaceController.h"
 #include "ProviderFixture.h"
 #include "core/PhotoCoreException.h"
 #include "core/RefCounted.h"
 #include "photocore/IPhotoCore.h"
 #include "util/Paths.h"
+#include "util/SettingsManager.h"
 
 namespace Quelto::Lumindra {
 namespace {
@@ -55,6 +57,8 @@ public:
     std::atomic<bool> unsavedChanges {false}, historyOrFileChanged {false}, writeOutSucceeds {true};
     std::atomic<int> writeOuts {0};
     ioPath sessionFolder;
+    bool sessionFolderThrows = false; // UI thread only
+    bool scaledForMemory = false;
     std::function<void()> beforeWriteOut; // set before the core is shared
     std::atomic<bool> fullFrameReady {true};
 
@@ -117,7 +121,12 @@ private:
     const PhotoCore::MetadataSettings& GetMetadataSettings() const override { return metadata_; }
     ioPath GetFilePath() const override { return {}; }
     std::string GetSessionId() const override { return sessionId_; }
-    ioPath GetSessionFolder() const override { return sessionFolder; }
+    ioPath GetSessionFolder() const override
+    {
+        if (sessionFolderThrows)
+            throw 42; // not a std::exception: what a foreign library may throw
+        return sessionFolder;
+    }
     const PhotoCore::SettingsSave& GetSaveSettings() const override { return save_; }
     SaveResult Save(const PhotoCore::SettingsSave&) override { return SaveResultFailed; }
     std::uint64_t StartSave(const PhotoCore::SettingsSave&) override { return 0; }
@@ -130,7 +139,7 @@ private:
     void MarkOpened() override {}
 
     // IPhotoCoreProcessing
-    bool IsScaledForMemory() const override { return false; }
+    bool IsScaledForMemory() const override { return scaledForMemory; }
     Conf::FrameInfo GetSourceFrameInfo() const override { return {}; }
     bool IsFullFrameReady() const override { return fullFrameReady; }
 
@@ -366,6 +375,57 @@ TEST_F(ProviderTest, UiAndWorkerRequestsForOneFileBuildOneCore)
     }
 }
 
+// Without the core cache there is no worker; with it, a request of two names or fewer is only
+// the current file and its neighbour, which the host has already.
+TEST_F(ProviderTest, NoPreloadWithoutTheCacheOrBeyondTheSecondName)
+{
+    const QString enabledKey = Util::Settings::Name(Util::Settings::CORE_CACHE_ENABLED);
+    struct Case { const char* what; bool cacheEnabled; bool preloads; };
+    for (const Case& c : {Case {"cache disabled", false, false}, Case {"cache enabled", true, true}}) {
+        SCOPED_TRACE(c.what);
+        Util::SettingsManager::Instance().SetValue(enabledKey, c.cacheEnabled);
+        auto& provider = Provider();
+        Util::SettingsManager::Instance().Remove(enabledKey);
+        EXPECT_EQ(provider.IsPreloading(), c.preloads);
+        if (!c.preloads)
+            continue;
+        // The clean-up that still runs drops the older file: the request has been served.
+        const std::string older = Photo("older.jpg"), current = Photo("current.jpg"), near = Photo("near.jpg");
+        Open(provider, older);
+        Open(provider, current);
+        provider.OnFilePreloadRequest({"x", near});
+        ASSERT_TRUE(TS::WaitUntil([&] { return !provider.GetCache().Find(Name(older)); }));
+        EXPECT_EQ(Count(near), 0);
+    }
+}
+
+// The worker preloads only while what the cache keeps fits the bound: a neighbour that would
+// pass it (at the largest size seen, its own being unknown) is left for the host to open.
+TEST_F(ProviderTest, WorkerStopsAtTheCacheBound)
+{
+    auto& provider = Provider();
+    const std::string shown = Photo("shown.jpg"), next = Photo("next.jpg"), far = Photo("far.jpg");
+    const TestCorePtr big = Put(provider.GetCache(), Name(shown), kBound - kMB);
+    TS::LogCapture log(30);
+    provider.OnFilePreloadRequest({shown, next, far});
+    ASSERT_TRUE(TS::WaitUntil([&] { return log.Count("Preloading stops at the cache bound before") == 1; }));
+    EXPECT_EQ(Count(far), 0);
+    EXPECT_TRUE(provider.GetCache().Find(Name(shown))) << "a wanted core is kept";
+}
+
+// A core that had to be scaled down to fit in memory is handed out after the user was told.
+TEST_F(ProviderTest, ACoreScaledForMemoryIsAnnouncedOnce)
+{
+    auto& provider = Provider();
+    const std::string file = Photo("huge.jpg");
+    standIn = new TestCore(kMB, "huge");
+    standIn->scaledForMemory = true;
+    standInName = Name(file);
+    TS::ScopedAlertAnswer alerts(QDialogButtonBox::Ok);
+    EXPECT_EQ(Open(provider, file), PhotoCorePtr(standIn));
+    EXPECT_EQ(alerts.Texts(), QStringList {QStringLiteral("Due to memory limitation image was resized for processing")});
+}
+
 TEST_F(ProviderTest, WorkerServesTheNewestRequestFromItsThirdNameAndSkipsFailures)
 {
     auto& provider = Provider();
@@ -429,29 +489,47 @@ TEST_F(ProviderTest, HostPushesAndPopsThroughTheConnectorAndThePoppedCoreSkipsTh
     EXPECT_FALSE(provider.GetCache().Find(Name(b)));
 }
 
+// Saving the session preview swallows whatever is thrown: it runs from a timer with no caller to
+// report to.
+TEST_F(ProviderTest, SessionPreviewSurvivesAnythingThrown)
+{
+    Util::SettingsManager::Instance().SetValue(Util::Settings::Name(Util::Settings::SHOW_LAST_SESSION), true);
+    auto& provider = Provider();
+    const std::string file = Photo("stand-in.jpg");
+    standIn = new TestCore(kMB, "stand-in");
+    standInName = Name(file);
+    const auto controller = WorkspaceController::Create(provider, ioPath(file), {});
+    standIn->sessionFolderThrows = true;
+    TS::LogCapture log;
+    EXPECT_NO_THROW(controller->SaveSession());
+    EXPECT_TRUE(log.Contains("Cannot save session preview"));
+    standIn->sessionFolderThrows = false;
+}
+
 TEST_F(ProviderTest, CleanupKeepsWantedEntriesAndEvictsFromTheLastWantedNameUntilWithinTheBound)
 {
-    struct Case { const char* what; std::uint64_t a, b, c, extra; Names wanted, left; std::uint64_t total; bool cIsCurrent; };
+    // `grown`: what core a holds beyond its size when it was cached.
+    struct Case { const char* what; std::uint64_t a, b, c, extra; Names wanted, left; std::uint64_t total; bool cIsCurrent; std::uint64_t grown; };
     const Names abc {"a", "b", "c"};
     for (const Case& c :
-         {Case {"exactly the bound evicts nothing", 300 * kMB, 300 * kMB, 100 * kMB, 0, abc, abc, kBound, false},
+         {Case {"exactly the bound evicts nothing", 300 * kMB, 300 * kMB, 100 * kMB, 0, abc, abc, kBound, false, 0},
           Case {"one byte over evicts the last wanted name", 300 * kMB, 300 * kMB, 100 * kMB + 1, 0, abc, {"a", "b"},
-                600 * kMB, false},
+                600 * kMB, false, 0},
           Case {"the extra size counts", 300 * kMB, 300 * kMB, 50 * kMB, 50 * kMB + 1, abc, {"a", "b"}, 650 * kMB + 1,
-                false},
-          Case {"evicts on until within", 400 * kMB, 400 * kMB, 50 * kMB, 0, abc, {"a"}, 400 * kMB, false},
-          Case {"stops when the list is exhausted", 1, 1, 1, 2 * kBound, abc, {}, 2 * kBound, false},
+                false, 0},
+          Case {"evicts on until within", 400 * kMB, 400 * kMB, 50 * kMB, 0, abc, {"a"}, 400 * kMB, false, 0},
+          Case {"stops when the list is exhausted", 1, 1, 1, 2 * kBound, abc, {}, 2 * kBound, false, 0},
           Case {"the current core is neither evicted nor counted", 200 * kMB, 500 * kMB + 1, 3 * kBound, 0, abc,
-                {"a", "c"}, 200 * kMB, true},
-          Case {"an empty list keeps the current core", 10, 10, 10, 0, {}, {"c"}, 0, true}}) {
+                {"a", "c"}, 200 * kMB, true, 0},
+          Case {"an empty list keeps the current core", 10, 10, 10, 0, {}, {"c"}, 0, true, 0},
+          Case {"a core counts at what it holds now, grown since it was cached", 300 * kMB, 300 * kMB, 100 * kMB, 0,
+                abc, {"a", "b"}, kBound, false, 100 * kMB}}) {
         SCOPED_TRACE(c.what);
         Cache cache(false);
-        // Each core grows after it was cached, as a foreground open's does once its full frame and
-        // edits come: the clean-up counts what a core holds now.
-        TestCorePtr a = Put(cache, "a", 1);
+        TestCorePtr a = Put(cache, "a", c.a);
         Put(cache, "b", c.b);
         Put(cache, "c", c.c);
-        a->memorySize = c.a;
+        a->memorySize += c.grown;
         if (c.cIsCurrent)
             cache.SetCurrentName("c");
         TS::LogCapture log(30);

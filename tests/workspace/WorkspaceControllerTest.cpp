@@ -6,6 +6,8 @@
 #include <thread>
 
 #include <QDir>
+#include <QFileInfo>
+#include <QRegularExpression>
 #include <QGuiApplication>
 #include <QImage>
 #include <QSignalSpy>
@@ -13,6 +15,7 @@
 #include "LumindraWorkspace/WorkspaceController.h"
 #include "ProviderFixture.h"
 #include "photocore/StatisticsEventHandler.h"
+#include "util/Paths.h"
 #include "util/Settings.h"
 #include "util/SettingsManager.h"
 
@@ -87,6 +90,82 @@ protected:
     StatisticsEventHandler statistics_;
     WorkspaceControllerProvider provider_ {false, &statistics_, false};
 };
+
+// Restores the settings that creating a controller writes.
+class ScopedSettings {
+public:
+    explicit ScopedSettings(QStringList names) : names_(std::move(names))
+    {
+        for (const QString& name : names_)
+            saved_ << Util::SettingsManager::Instance().Value(name);
+    }
+    ~ScopedSettings()
+    {
+        for (int i = 0; i < names_.size(); ++i) {
+            if (saved_[i].isValid())
+                Util::SettingsManager::Instance().SetValue(names_[i], saved_[i]);
+            else
+                Util::SettingsManager::Instance().Remove(names_[i]);
+        }
+    }
+
+private:
+    QStringList names_;
+    QVariantList saved_;
+};
+
+namespace Names = Util::Settings;
+const QString kSaveFolder = Names::Name(Names::SAVE, Names::FOLDER);
+const QString kOpenFolder = Names::Name(Names::OPEN, Names::FOLDER);
+const QString kOpenFile = Names::Name(Names::OPEN, Names::FILE);
+const QString kSessionId = Names::Name(Names::SESSION, Names::ID);
+
+// Dropped and pasted pictures are named Image_<n> in turn, skipping names taken in the save
+// folder, with the extension that keeps their transparency; no view shows them yet.
+TEST_F(WorkspaceControllerTest, PicturesWithoutAFileGetTheNextFreeInventedName)
+{
+    ScopedSettings settings({kSaveFolder, kOpenFolder, kOpenFile, kSessionId});
+    Util::SettingsManager::Instance().SetValue(kSaveFolder, sandbox_.Path());
+    Util::SettingsManager::Instance().Remove(kOpenFolder);
+    QImage clear(40, 30, QImage::Format_ARGB32);
+    clear.fill(Qt::transparent);
+    const QPixmap opaque = QPixmap::fromImage(TS::MakeTestImage(40, 30)), alpha = QPixmap::fromImage(clear);
+    const auto create = [&](const QPixmap& pixmap) {
+        return WorkspaceController::Create(provider_, pixmap, PhotoCore::ImageSourcePaste);
+    };
+
+    const auto first = create(opaque);
+    const QString firstName = first->GetFileName();
+    const QRegularExpressionMatch match = QRegularExpression(QStringLiteral("^Image_(\\d+)\\.jpg$")).match(firstName);
+    ASSERT_TRUE(match.hasMatch()) << firstName.toStdString();
+    const int n = match.captured(1).toInt();
+    const auto name = [](int i, const char* ext) { return QStringLiteral("Image_%1.%2").arg(i).arg(QLatin1String(ext)); };
+    EXPECT_EQ(first->GetView(), nullptr);
+    EXPECT_FALSE(Util::SettingsManager::Instance().Value(kSessionId).toString().isEmpty());
+    EXPECT_EQ(create(opaque)->GetFileName(), name(n + 1, "jpg"));
+    sandbox_.Touch(name(n + 2, "jpg"));
+    EXPECT_EQ(create(opaque)->GetFileName(), name(n + 3, "jpg")) << "a name taken in the save folder is skipped";
+    EXPECT_EQ(create(alpha)->GetFileName(), name(n + 4, "png"));
+    EXPECT_FALSE(Util::SettingsManager::Instance().Contains(kOpenFolder)) << "no folder for a picture without a file";
+}
+
+// Opening a file records it and its folder, also when the folder is the one that the open
+// dialog falls back to when nothing is recorded.
+TEST_F(WorkspaceControllerTest, OpeningAFileRecordsItAndItsFolder)
+{
+    ScopedSettings settings({kOpenFolder, kOpenFile, kSessionId});
+    Util::SettingsManager::Instance().Remove(kOpenFolder);
+    TS::ScopedEnv home("HOME", sandbox_.Path().toUtf8());
+    TS::ScopedEnv config("XDG_CONFIG_HOME", sandbox_.FilePath(QStringLiteral("no-config")).toUtf8());
+    const std::string path = Photo("first.jpg");
+    const QString folder = QFileInfo(QString::fromStdString(path)).absolutePath();
+    ASSERT_EQ(Util::GetDefaultSaveFolder(QString::fromLatin1(Names::OPEN)), folder) << "the fallback folder";
+
+    const auto controller = WorkspaceController::Create(provider_, ioPath(path), {});
+    EXPECT_EQ(Util::SettingsManager::Instance().Value(kOpenFolder).toString(), folder);
+    EXPECT_EQ(Util::SettingsManager::Instance().Value(kOpenFile).toString(), QString::fromStdString(path));
+    EXPECT_FALSE(Util::SettingsManager::Instance().Value(kSessionId).toString().isEmpty());
+}
 
 TEST_F(WorkspaceControllerTest, FailedOpenBuildsNothingAndLeavesTheCursor)
 {
@@ -185,6 +264,29 @@ TEST_F(WorkspaceControllerTest, TransparencyQuestionComesOnlyWhenTransparencyWou
     }
 }
 
+// Whatever the transparency question throws, the check is logged as failed and the picture is
+// saved as if no question had been needed.
+TEST_F(WorkspaceControllerTest, TransparencyCheckThatThrowsAnythingDoesNotStopTheSave)
+{
+    QImage image(64, 48, QImage::Format_ARGB32);
+    image.fill(QColor(200, 20, 20, 0));
+    auto controller = WorkspaceController::Create(provider_, QPixmap::fromImage(image), PhotoCore::ImageSourcePaste);
+    ASSERT_TRUE(controller->GetLumindraDrawer()->WaitForIdle(TS::kDefaultWaitMs));
+    IWorkspaceController::SaveSettings save;
+    save.fileName = sandbox_.FilePath(QStringLiteral("thrown.jpg"));
+    const LumindraAlertBox::TestHook previous = LumindraAlertBox::GetTestHook();
+    LumindraAlertBox::SetTestHook([](LumindraAlertBox&) -> QDialogButtonBox::StandardButton {
+        throw 42; // not a std::exception: what a foreign library may throw
+    });
+    TS::LogCapture log;
+    IPhotoCoreIO::SaveResult result = IPhotoCoreIO::SaveResultFailed;
+    EXPECT_NO_THROW(result = controller->Save(save));
+    LumindraAlertBox::SetTestHook(previous);
+    EXPECT_EQ(result, IPhotoCoreIO::SaveResultSuccess);
+    EXPECT_TRUE(log.Contains("Check format for transparency support failed"));
+    EXPECT_TRUE(QFileInfo(save.fileName).size() > 0);
+}
+
 // The session preview is rendered straight at its own size; it must show what scaling a full
 // snapshot to cover the preview and cropping its centre shows, for a panorama, a tall picture and
 // one of exactly the preview's size.
@@ -277,8 +379,9 @@ TEST_F(WorkspaceControllerTest, AutosaveRunsOnlyWhenTurnedOnAndThePictureChanged
         if (c.edit)
             Edit(*controller->GetLumindraDrawer());
         const bool autosaves = c.on && c.edit;
-        if (autosaves)
+        if (autosaves) {
             EXPECT_TRUE(TS::WaitUntil([&] { return QFileInfo::exists(state); }));
+        }
         ASSERT_TRUE(WaitForTicks(log, 3));
         EXPECT_EQ(log.Count("Saving session started by timer done"), autosaves ? 1 : 0) << "once per change";
         EXPECT_EQ(QFileInfo::exists(state), autosaves);
@@ -316,8 +419,9 @@ TEST_F(WorkspaceControllerTest, SessionProblemsArePublishedOnce)
         QDir(path).removeRecursively();
         QFile::remove(path);
         QFile file(path);
-        if (blocked)
+        if (blocked) {
             ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        }
     };
 
     const QString notAFolder = sandbox_.FilePath(QStringLiteral("not-a-folder"));

@@ -14,6 +14,7 @@
 
 #include "CoreTestSupport.h"
 #include "photocore/PhotoCoreFactory.h"
+#include "proc/Vips.h"
 #include "support/TestSupport.h"
 
 namespace Quelto::Lumindra::PhotoCore {
@@ -192,6 +193,59 @@ TEST(CoreSave, EveryFormatWritesAFileThatReadsBack)
         EXPECT_EQ(meta.GetTag(Meta::EXIF, Meta::BLOCK_IMAGE, Meta::TAG_ARTIST).Get(Meta::TEXT_VALUE),
                   std::string(extension) == "gif" ? "" : "Ana Lima");
     }
+}
+
+// JPEG is written from the display format straight; a deep or a transparent picture is made
+// 8-bit and opaque first (white where it was clear), and the resolution goes into the header.
+TEST(CoreSave, JpegOfDeepAndTransparentPicturesShowsWhatTheScreenShows)
+{
+    T::Sandbox sandbox;
+    QImage deep(48, 32, QImage::Format_RGBA64);
+    deep.fill(QColor::fromRgba64(1000, 20000, 50000, 65535));
+    QImage clear(48, 32, QImage::Format_ARGB32);
+    clear.fill(QColor(200, 30, 30, 0));
+    struct Case { const char* what; QImage picture; QColor expected; };
+    for (const Case& c : {Case {"deep", deep, QColor(4, 78, 195)}, Case {"transparent", clear, QColor(255, 255, 255)}}) {
+        SCOPED_TRACE(c.what);
+        PhotoCorePtr core = PhotoCoreFactory::Create(c.picture, ImageSourceDrop);
+        ASSERT_TRUE(core->WaitForIdle(T::kDefaultWaitMs));
+        const QString path = sandbox.FilePath(QString::fromLatin1(c.what) + ".jpg");
+        ASSERT_EQ(core->GetIOEngine().Save(SaveAs(*core, path)), IPhotoCoreIO::SaveResultSuccess);
+        const QImage written(path);
+        ASSERT_EQ(written.size(), c.picture.size());
+        const QColor mean = T::MeanColor(written, written.rect());
+        EXPECT_LE(std::abs(mean.red() - c.expected.red()) + std::abs(mean.green() - c.expected.green())
+                      + std::abs(mean.blue() - c.expected.blue()),
+                  6)
+            << mean.name().toStdString();
+        const double dpi = core->GetFrameSettings(-1)->GetPassThrough().GetResolution();
+        EXPECT_NEAR(written.dotsPerMeterX() * 0.0254, dpi, 1.0);
+    }
+}
+
+// HEIF and AVIF share a container: what is inside must follow the format, not the name of the
+// temporary file the core writes first. A reopened AVIF file is written back as AV1 by default.
+TEST(CoreSave, HeicHoldsHevcAndAvifHoldsAv1)
+{
+    T::Sandbox sandbox;
+    Proc::EnsureVipsStarted();
+    const auto compression = [](const QString& path) {
+        const vips::VImage image = vips::VImage::new_from_file(path.toUtf8().constData());
+        return image.get_typeof("heif-compression") ? std::string(image.get_string("heif-compression")) : "";
+    };
+    PhotoCorePtr core = PhotoCoreFactory::Create(T::MakeTestImage(64, 48), ImageSourcePaste);
+    for (auto [extension, codec] : {std::pair {"heic", "hevc"}, {"avif", "av1"}}) {
+        SCOPED_TRACE(extension);
+        const QString path = sandbox.FilePath(QStringLiteral("out.") + extension);
+        ASSERT_EQ(core->GetIOEngine().Save(SaveAs(*core, path)), IPhotoCoreIO::SaveResultSuccess);
+        EXPECT_EQ(compression(path), codec);
+    }
+    PhotoCorePtr reopened = PhotoCoreFactory::Create(ioPath(sandbox.FilePathUtf8("out.avif")), "k");
+    ASSERT_TRUE(reopened->WaitForIdle(T::kDefaultWaitMs));
+    SettingsSave again = reopened->GetIOEngine().GetSaveSettings();
+    again.SetFileName(sandbox.FilePathUtf8("again.avif"));
+    ASSERT_EQ(reopened->GetIOEngine().Save(again), IPhotoCoreIO::SaveResultSuccess);
+    EXPECT_EQ(compression(sandbox.FilePath("again.avif")), "av1");
 }
 
 // Saving over the file the core came from: the file changed, but the core made the change.

@@ -19,7 +19,7 @@ TEST(FormatHelperTest, FindsTheRecordOfAnExtensionInAnyCaseWithOrWithoutTheDot)
         const char* name;
     };
     for (const Case& c : {Case {"jpg", "jpeg", "JPEG"}, Case {"Jpe", "jpeg", "JPEG"}, Case {".png", "png", "PNG"}, Case {"TIF", "tiff", "TIFF"},
-                          Case {"webp", "webp", "WebP"}, Case {"HEIC", "heif", "HEIF"}, Case {"gif", "gif", "GIF"}, Case {"bmp", "", ""},
+                          Case {"webp", "webp", "WebP"}, Case {"HEIC", "heif", "HEIF"}, Case {"avif", "avif", "AVIF"}, Case {"gif", "gif", "GIF"}, Case {"bmp", "", ""},
                           Case {"jpgx", "", ""}, Case {"", "", ""}, Case {".", "", ""}}) {
         SCOPED_TRACE(c.extension);
         const auto [name, record] = FormatHelper::GetFormatDescriptionForExtension(c.extension, false);

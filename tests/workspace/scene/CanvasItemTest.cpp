@@ -1,6 +1,7 @@
 // The canvas item: which zooms take the resized path and what reaches the screen, what a failed
 // resize or a null frame leaves, how it follows the scene rectangle, and a real core's frames.
 
+#include <functional>
 #include <memory>
 
 #include <QThreadPool>
@@ -11,6 +12,8 @@
 #include "photoutil/ImageUtils.h"
 #include "proc/EffectSettings.h"
 #include "support/ViewSupport.h"
+#include "util/HostObjectsConnectorID.h"
+#include "util/ObjectsConnector.h"
 
 namespace Quelto::Lumindra {
 namespace {
@@ -192,5 +195,94 @@ TEST(CanvasItemWithCore, ShowsEveryTemporaryFrameThenTheFinalOne)
     EXPECT_EQ(drawers.GetHandlers().size(), handlers);
 }
 
+// The host's side of the canvas's two messages.
+class CanvasHost : public QObject {
+    Q_OBJECT
+public:
+    CanvasHost()
+    {
+        Util::ObjectsConnector::registerEmitter(LumindraInt::IObjectsConnectorID::RESET_FRAME, this,
+                                                QStringLiteral("2resetFrame()"));
+        Util::ObjectsConnector::registerEmitter(LumindraInt::IObjectsConnectorID::SHOW_IMAGE_WITH_MASK, this,
+                                                QStringLiteral("2showWithMask(bool, bool)"));
+    }
+    ~CanvasHost() override
+    {
+        Util::ObjectsConnector::unregisterEmitter(LumindraInt::IObjectsConnectorID::RESET_FRAME, this,
+                                                  QStringLiteral("2resetFrame()"));
+        Util::ObjectsConnector::unregisterEmitter(LumindraInt::IObjectsConnectorID::SHOW_IMAGE_WITH_MASK, this,
+                                                  QStringLiteral("2showWithMask(bool, bool)"));
+    }
+Q_SIGNALS:
+    void resetFrame();
+    void showWithMask(bool withMask, bool force);
+};
+
+// The host's messages: a reset and a forced change of the mask mode go back to the drawer's frame
+// at once; an unforced change, or one to the mode already set, leaves what is shown.
+TEST(CanvasItemWithCore, HostMessagesReReadTheDrawerOnlyWhenTheyMust)
+{
+    const struct {
+        const char* name;
+        std::function<void(CanvasHost&)> send;
+        bool reread;
+    } cases[] = {
+        {"reset", [](CanvasHost& host) { Q_EMIT host.resetFrame(); }, true},
+        {"forced change", [](CanvasHost& host) { Q_EMIT host.showWithMask(false, true); }, true},
+        {"change for the next frame", [](CanvasHost& host) { Q_EMIT host.showWithMask(false, false); }, false},
+        {"forced, mode already set", [](CanvasHost& host) { Q_EMIT host.showWithMask(true, true); }, false},
+    };
+    Support::TestController controller(Support::MakeTestImage(240, 160));
+    CanvasHost host;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        CanvasItem canvas(kUtils, controller.controller.get(), nullptr);
+        const Proc::DataVideoPtr passing = Support::MakeSolidFrame(30, 20, Qt::blue);
+        Show(&canvas, passing);
+        c.send(host);
+        EXPECT_EQ(canvas.GetFrame() == controller.Core().GetVideoWithMask(), c.reread);
+        EXPECT_EQ(canvas.GetFrame() == passing, !c.reread);
+    }
+}
+
+// Counts the resets of the resizer it stands in front of.
+struct ResetCounter : Core::RefCounted, Proc::IOneInputEffectVideo {
+    explicit ResetCounter(boost::intrusive_ptr<Proc::IOneInputEffectVideo> inner) : inner(std::move(inner)) {}
+    void Reset() override
+    {
+        ++resets;
+        inner->Reset();
+    }
+    void SetSettings(const Proc::SettingsBase& settings) override { inner->SetSettings(settings); }
+    bool Process(Proc::DataVideoPtr& frame) override { return inner->Process(frame); }
+    boost::intrusive_ptr<Proc::IOneInputEffectVideo> inner;
+    int resets = 0;
+};
+
+// The resizer starts afresh only when the frame format changes, so that no state of one format
+// is reused for another.
+TEST(CanvasItemFrame, ResizerIsResetOnlyWhenTheFormatChanges)
+{
+    Stage stage(Support::MakeSolidFrame(40, 30, Qt::red));
+    auto* counter = new ResetCounter(stage.canvas->GetResizer());
+    stage.canvas->GetResizer() = counter;
+    const QImage deep = Support::MakeTestImage(40, 30).convertToFormat(QImage::Format_RGBA64);
+    const struct {
+        Proc::DataVideoPtr frame;
+        int resets;
+    } steps[] = {
+        {Support::MakeSolidFrame(40, 30, Qt::green), 0},
+        {PhotoUtil::ImageUtils::ImageToWorkingFrame(deep), 1},
+        {PhotoUtil::ImageUtils::ImageToWorkingFrame(deep), 1},
+        {Support::MakeSolidFrame(40, 30, Qt::blue), 2},
+    };
+    for (const auto& step : steps) {
+        Show(stage.canvas, step.frame);
+        EXPECT_EQ(counter->resets, step.resets) << "format " << step.frame->GetPixFmt();
+    }
+}
+
 } // namespace
 } // namespace Quelto::Lumindra
+
+#include "CanvasItemTest.moc"

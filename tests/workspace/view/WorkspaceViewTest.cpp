@@ -3,9 +3,13 @@
 
 #include <cmath>
 
+#include <QApplication>
 #include <QCursor>
+#include <QMenu>
 #include <QDir>
+#include <QGestureEvent>
 #include <QGraphicsRectItem>
+#include <QPinchGesture>
 #include <QGraphicsSceneWheelEvent>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -15,11 +19,13 @@
 
 #include "LumindraWorkspace/WorkspaceController.h"
 #include "LumindraWorkspace/WorkspaceControllerProvider.h"
+#include "LumindraWorkspace/scene/IScene.h"
 #include "LumindraWorkspace/tools/IDrawingTool.h"
 #include "LumindraWorkspace/view/WorkspaceView.h"
 #include "sceneitem/ISceneItem.h"
 #include "sharedui/DragTipController.h"
 #include "sharedui/ScalableViewEmitter.h"
+#include "sharedui/SpecialHotkeyHelper.h"
 #include "support/TestSupport.h"
 
 namespace Quelto::Lumindra {
@@ -113,10 +119,43 @@ TEST(WorkspaceView, RestrictionsStartAtOneHundredAndMustBeWidenedInOrder)
     EXPECT_TRUE(view.SetRestrictionForScale(IScalableView::ScaleUp, 400.0));
     EXPECT_TRUE(view.SetRestrictionForScale(IScalableView::ScaleDown, 200.0));
     EXPECT_FALSE(view.SetRestrictionForScale(IScalableView::ScaleUp, 199.0));
-    EXPECT_FALSE(view.SetRestrictionForScale(IScalableView::ScaleDown, std::nan("")));
-    // Both flags at once set the upper limit unchecked, even below the lower one.
-    EXPECT_TRUE(view.SetRestrictionForScale(IScalableView::ScalePolicy(IScalableView::ScaleUp | IScalableView::ScaleDown), 50.0));
-    EXPECT_DOUBLE_EQ(view.GetRestrictionForScale(IScalableView::ScaleUp), 50.0);
+    EXPECT_FALSE(view.SetRestrictionForScale(IScalableView::ScaleNone, 300.0));
+    EXPECT_EQ(view.GetRestrictionForScale(IScalableView::ScaleNone), -1.0);
+    const auto both = IScalableView::ScalePolicy(IScalableView::ScaleUp | IScalableView::ScaleDown);
+    // Both flags at once set the upper limit unchecked, even below the lower one or to no zoom
+    // at all, which the two limits of their own refuse.
+    for (double percent : {50.0, std::nan(""), 0.0, -5.0}) {
+        SCOPED_TRACE(percent);
+        if (!(percent > 0.0)) {
+            EXPECT_FALSE(view.SetRestrictionForScale(IScalableView::ScaleDown, percent));
+            EXPECT_FALSE(view.SetRestrictionForScale(IScalableView::ScaleUp, percent));
+        }
+        EXPECT_TRUE(view.SetRestrictionForScale(both, percent));
+        const double upper = view.GetRestrictionForScale(IScalableView::ScaleUp);
+        EXPECT_TRUE(upper == percent || (std::isnan(percent) && std::isnan(upper))) << upper;
+    }
+    EXPECT_EQ(view.GetRestrictionForScale(IScalableView::ScaleDown), 200.0);
+}
+
+TEST(WorkspaceView, LimitsAreStrictAndTheInitialOnesForbidEveryZoom)
+{
+    QGraphicsScene scene(0, 0, 400, 300);
+    WorkspaceView view;
+    view.setScene(&scene);
+    QSignalSpy scaled(view.GetEmitter(), &ScalableViewEmitter::scaleChanged);
+    EXPECT_EQ(view.CanScale(), IScalableView::ScaleNone);
+    view.ScaleToPercent(200.0);
+    view.SetScaleStep(10.0);
+    QWheelEvent notch(QPointF(10, 10), QPointF(10, 10), QPoint(), QPoint(0, 120), Qt::NoButton, Qt::NoModifier,
+                      Qt::NoScrollPhase, false);
+    view.HandleWheelEvent(&notch);
+    EXPECT_EQ(view.GetCurrentScalePercent(), 100.0);
+    EXPECT_EQ(scaled.count(), 0);
+
+    // A limit a hair's breadth away still leaves room to move.
+    ASSERT_TRUE(view.SetRestrictionForScale(IScalableView::ScaleUp, std::nextafter(100.0, 200.0)));
+    ASSERT_TRUE(view.SetRestrictionForScale(IScalableView::ScaleDown, std::nextafter(100.0, 0.0)));
+    EXPECT_EQ(view.CanScale(), IScalableView::ScalePolicy(IScalableView::ScaleUp | IScalableView::ScaleDown));
 }
 
 TEST(WorkspaceView, NotchesAreCompoundingStepsAndALimitClampsUntilReachedThenRefuses)
@@ -199,29 +238,41 @@ public:
     void Serialize(boost::property_tree::ptree&) const override {}
 };
 
-TEST(WorkspaceView, ZoomKeepsTheScenePointUnderTheCursorUnlessASceneItemThereTakesTheWheel)
+TEST(WorkspaceView, WheelOverASceneItemGoesToItThenToTheScrollBarsAndZoomsOnlyWhenNeitherTakesIt)
 {
-    struct Case { const char* what; bool library, takes; };
-    for (const Case& c : {Case {"refusing scene item", true, false}, Case {"taking scene item", true, true},
-                          Case {"other item", false, true}}) {
+    // A zoom keeps the scene point under the cursor, which only a picture larger than the view
+    // can show: a smaller one stays centred.
+    struct Case { const char* what; QSize picture; bool library, takes, zooms; };
+    for (const Case& c : {Case {"refusing scene item, picture scrolls", QSize(3000, 2000), true, false, false},
+                          Case {"refusing scene item, picture fits", kSmall, true, false, true},
+                          Case {"taking scene item", QSize(3000, 2000), true, true, false},
+                          Case {"other item", QSize(3000, 2000), false, true, true}}) {
         SCOPED_TRACE(c.what);
-        ViewHarness harness(QSize(3000, 2000), kView);
-        harness.view.centerOn(1500, 1000);
+        ViewHarness harness(c.picture, kView);
+        harness.view.centerOn(c.picture.width() / 2.0, c.picture.height() / 2.0);
         const QPoint cursor(230, 170);
         ASSERT_TRUE(harness.PutCursorAt(cursor));
-        const QRectF around = QRectF(harness.view.mapToScene(cursor), QSizeF()).adjusted(-100, -100, 100, 100);
+        // Large enough to stay under the cursor while the wheel scrolls.
+        const QRectF around = QRectF(harness.view.mapToScene(cursor), QSizeF()).adjusted(-500, -500, 500, 500);
         WheelRect* item = c.library ? new WheelItem(around, c.takes) : new WheelRect(around, c.takes);
         harness.view.scene()->addItem(item); // the scene owns it from here
         QSignalSpy byWheel(harness.view.GetEmitter(), &ScalableViewEmitter::scaledByWheel);
+        const int scrolled = harness.view.verticalScrollBar()->value();
+        const bool large = c.picture.width() > kView.width();
         for (int delta : {120, 120, 120, -120, -120, -120, -120, -120}) {
             const QPointF scenePoint = harness.view.mapToScene(cursor);
             harness.Wheel(cursor, delta);
-            EXPECT_LE((harness.view.mapFromScene(scenePoint) - cursor).manhattanLength(), 1)
-                << harness.view.GetCurrentScalePercent() << " %";
+            if (c.zooms && large) {
+                EXPECT_LE((harness.view.mapFromScene(scenePoint) - cursor).manhattanLength(), 1)
+                    << harness.view.GetCurrentScalePercent() << " %";
+            }
         }
         EXPECT_EQ(item->wheels, c.library ? 8 : 0);
-        EXPECT_EQ(byWheel.count(), c.library && c.takes ? 0 : 8);
-        EXPECT_EQ(harness.view.GetCurrentScalePercent() == 100.0, c.library && c.takes);
+        EXPECT_EQ(byWheel.count(), c.zooms ? 8 : 0);
+        EXPECT_EQ(harness.view.GetCurrentScalePercent() != 100.0, c.zooms);
+        if (!c.zooms) {
+            EXPECT_EQ(harness.view.verticalScrollBar()->value() != scrolled, !c.takes) << "the scroll bar had it";
+        }
     }
 }
 
@@ -295,6 +346,132 @@ TEST(WorkspaceView, ChordCancelsAPendingContextMenuAndDrags)
     harness.Mouse(QEvent::MouseButtonRelease, moved, Qt::LeftButton, Qt::RightButton);
     harness.Mouse(QEvent::MouseButtonRelease, moved, Qt::RightButton, Qt::NoButton);
     EXPECT_EQ(harness.view.dragMode(), QGraphicsView::NoDrag);
+}
+
+// A pinch update is one wheel step whichever its size: out unless the fingers spread.
+TEST(WorkspaceView, PinchUpdatesStepLikeTheWheel)
+{
+    ViewHarness harness(kSmall, kView);
+    QSignalSpy byGesture(harness.view.GetEmitter(), &ScalableViewEmitter::scaledByGesture);
+    struct Case { double factor; QPinchGesture::ChangeFlags flags; double expected; int gestures; };
+    for (const Case& c : {Case {3.0, QPinchGesture::ScaleFactorChanged, 110.0, 1},
+                          Case {1.01, QPinchGesture::ScaleFactorChanged, 110.0, 1},
+                          Case {0.5, QPinchGesture::ScaleFactorChanged, 90.0, 1},
+                          Case {1.0, QPinchGesture::ScaleFactorChanged, 90.0, 1},
+                          Case {3.0, QPinchGesture::RotationAngleChanged, 100.0, 0}}) {
+        SCOPED_TRACE(c.factor);
+        harness.view.ScaleToPercent(100.0);
+        byGesture.clear();
+        QPinchGesture pinch;
+        pinch.setScaleFactor(c.factor);
+        pinch.setChangeFlags(c.flags);
+        QGestureEvent event(QList<QGesture*> {&pinch});
+        QCoreApplication::sendEvent(&harness.view, &event);
+        EXPECT_NEAR(harness.view.GetCurrentScalePercent(), c.expected, kTolerance);
+        EXPECT_EQ(byGesture.count(), c.gestures);
+    }
+}
+
+// A scene that goes leaves its view at 100 %, for the next picture, without a drag tip.
+TEST(WorkspaceView, ClosingThePictureResetsTheZoomQuietly)
+{
+    ViewHarness harness(kLarge, kView);
+    harness.view.ScaleToPercent(20.0);
+    ASSERT_FALSE(harness.view.IsDragModeAvailable()) << "600x200 fit";
+    ASSERT_TRUE(harness.view.GetDragTipController()->IsEnabled());
+    ASSERT_FALSE(harness.view.GetDragTipController()->IsTipVisible());
+    QSignalSpy scaled(harness.view.GetEmitter(), &ScalableViewEmitter::scaleChanged);
+    harness.controller.reset(); // the scene dies with its controller
+    EXPECT_EQ(harness.view.GetCurrentScalePercent(), 100.0);
+    EXPECT_EQ(scaled.count(), 1);
+    EXPECT_TRUE(harness.view.GetDragTipController()->IsEnabled());
+    EXPECT_FALSE(harness.view.GetDragTipController()->IsTipVisible()) << "draggable again, but no tip";
+}
+
+// Keys: the tool first, then Escape cancels it, the bracket keys ask for a brush size, and what
+// nothing took goes to the host's hotkeys, presses and releases alike, never auto-repeats.
+TEST(WorkspaceView, KeysReachTheToolTheBrushSizeAndThenTheHostsHotkeys)
+{
+    ViewHarness harness(kSmall, kView);
+    RecordingTool tool;
+    harness.view.SetDrawingTool(&tool);
+    QSignalSpy brush(&harness.view, &WorkspaceView::changeBrushSize);
+    std::vector<std::pair<int, bool>> hotkeys;
+    SpecialHotkeyHelper::SetHandler([&](QKeyEvent* e, bool press) { return hotkeys.emplace_back(e->key(), press), true; });
+    struct Case { int key; bool autoRepeat; std::vector<std::string> toolCalls; QList<QVariantList> brush; bool hotkey; };
+    const auto k = [](int key) { return "key " + std::to_string(key); };
+    for (const Case& c : {Case {Qt::Key_Escape, false, {k(Qt::Key_Escape), "cancel"}, {}, true},
+                          Case {Qt::Key_BracketLeft, false, {k(Qt::Key_BracketLeft)}, {{false}}, true},
+                          Case {Qt::Key_BracketRight, false, {k(Qt::Key_BracketRight)}, {{true}}, true},
+                          Case {Qt::Key_F7, false, {k(Qt::Key_F7)}, {}, true},
+                          Case {Qt::Key_F7, true, {k(Qt::Key_F7)}, {}, false}}) {
+        SCOPED_TRACE(c.key);
+        tool.calls.clear();
+        brush.clear();
+        hotkeys.clear();
+        harness.Key(QEvent::KeyPress, c.key, c.autoRepeat);
+        std::vector<std::string> calls;
+        for (const auto& call : tool.calls)
+            calls.push_back(call.first);
+        EXPECT_EQ(calls, c.toolCalls);
+        EXPECT_EQ(brush, c.brush);
+        using Offered = std::vector<std::pair<int, bool>>;
+        EXPECT_EQ(hotkeys, (c.hotkey ? Offered {{c.key, true}} : Offered {}));
+    }
+    hotkeys.clear();
+    harness.Key(QEvent::KeyRelease, Qt::Key_F7);
+    EXPECT_EQ(hotkeys, (std::vector<std::pair<int, bool>> {{Qt::Key_F7, false}}));
+    SpecialHotkeyHelper::SetHandler({});
+    harness.view.SetDrawingTool(nullptr);
+}
+
+// A guide widget freezes the scroll bars off through zooms; when it goes, they follow the zoom
+// again. A zoom with the cursor outside the view keeps the view's centre.
+TEST(WorkspaceView, GuideWidgetFreezesTheScrollBarsAndAZoomWithoutTheCursorKeepsTheCentre)
+{
+    ViewHarness harness(kLarge, kView);
+    WorkspaceView& view = harness.view;
+    view.centerOn(1200, 400);
+    view.OnGuideWidgetActivated(true);
+    const QPointF centre = view.mapToScene(view.viewport()->rect().center());
+    view.ScaleToPercent(150.0);
+    EXPECT_EQ(view.horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
+    EXPECT_EQ(view.verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
+    EXPECT_LE((view.mapToScene(view.viewport()->rect().center()) - centre).manhattanLength(), 2.0);
+    view.OnGuideWidgetActivated(false);
+    EXPECT_EQ(view.horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
+    EXPECT_EQ(view.verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
+    EXPECT_TRUE(view.IsDragModeAvailable());
+}
+
+// The menu learns where it was asked for: the scene point under the cursor relative to the
+// background's corner, for as long as it runs.
+TEST(WorkspaceView, ContextMenuCarriesThePositionItWasOpenedAtWhileItRuns)
+{
+    ViewHarness harness(kSmall, kView);
+    WorkspaceView& view = harness.view;
+    QMenu* menu = view.GetContextMenu();
+    menu->addAction(QStringLiteral("Paste"));
+    const QPoint p(420, 310);
+    ASSERT_TRUE(harness.PutCursorAt(p));
+    auto* scene = qobject_cast<IScene*>(view.scene());
+    ASSERT_NE(scene, nullptr);
+    const QPointF expected = view.mapToScene(p) - scene->GetBackgroundRect().topLeft();
+
+    QVariant seen;
+    QTimer watch;
+    QObject::connect(&watch, &QTimer::timeout, [&] {
+        if (QApplication::activePopupWidget() == menu) {
+            seen = menu->property(WorkspaceView::MENU_POSITION);
+            menu->close();
+        }
+    });
+    watch.start(10);
+    harness.Mouse(QEvent::MouseButtonPress, p, Qt::RightButton, Qt::RightButton);
+    harness.Mouse(QEvent::MouseButtonRelease, p, Qt::RightButton, Qt::NoButton);
+    ASSERT_TRUE(TS::WaitUntil([&] { return seen.isValid(); }));
+    EXPECT_EQ(seen.toPointF(), expected);
+    EXPECT_TRUE(TS::WaitUntil([&] { return !menu->property(WorkspaceView::MENU_POSITION).isValid(); }));
 }
 
 } // namespace
