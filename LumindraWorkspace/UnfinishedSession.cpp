@@ -80,6 +80,8 @@ std::optional<UnfinishedSession> UnfinishedSession::Read(const QString& folder)
     }
     if (state.sourcePath.empty())
         return std::nullopt; // a dropped or pasted picture: reopened only through its file name
+    if (state.history.position == state.history.savedPosition)
+        return std::nullopt; // nothing that its file does not hold
     UnfinishedSession session;
     session.folder_ = QDir::cleanPath(folder);
     session.sessionId_ = state.sessionId;

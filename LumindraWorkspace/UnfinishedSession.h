@@ -13,8 +13,9 @@ namespace Quelto::Lumindra {
 
 // A session that a run of the editor left behind without ending cleanly (it crashed or was
 // killed): the session folder of its open picture still holds that run's lock file, whose
-// process is gone, and an autosave wrote the picture's state there. A run that ends cleanly
-// removes its lock file, so it leaves no unfinished session.
+// process is gone, and an autosave wrote the picture's state there with edits its file does not
+// hold. A run that ends cleanly, or closes its picture, removes its lock file, so it leaves no
+// unfinished session.
 //
 // Found at start, before this run opens anything; restored through
 // WorkspaceControllerHelper::RestoreUnfinishedSession or discarded. A value; UI thread.
@@ -27,7 +28,7 @@ public:
     static std::optional<UnfinishedSession> Find();
 
     // Reads the session in `folder` (absolute) whatever its lock says; empty when it holds no
-    // readable autosave of a picture with a file.
+    // readable autosave of a picture with a file and with edits that were not saved.
     static std::optional<UnfinishedSession> Read(const QString& folder);
 
     QString GetFolder() const { return folder_; }

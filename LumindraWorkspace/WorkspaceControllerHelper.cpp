@@ -73,6 +73,8 @@ bool WorkspaceControllerHelper::ResetWorkspaceControllerImpl(const std::function
         create();
         window_->GetWorkspaceControllerUser().SetWorkspaceController(std::weak_ptr<IWorkspaceController>(controller_));
         if (!controller_) {
+            // No picture is open any more: a crash from now on leaves nothing to offer.
+            provider_.GetCache().GetSessionStore().ReleaseLockFile();
             window_->GetWorkspaceControllerUser().SetWorkspaceController(std::weak_ptr<IWorkspaceController>());
             Q_EMIT workspacecontrollerEmpty();
         }

@@ -11,6 +11,7 @@
 #include "ProviderFixture.h"
 #include "photocore/CoreSessionState.h"
 #include "photoutil/Serializer.h"
+#include "proc/EffectSettings.h"
 #include "util/Paths.h"
 
 namespace Quelto::Lumindra {
@@ -62,15 +63,20 @@ protected:
         EXPECT_TRUE(running_.waitForStarted());
         return QByteArray::number(running_.processId());
     }
-    // A session folder as a run leaves it: the autosaved state of `source` (none when empty
-    // and `state` is false) and a lock holding `lock` (none when null).
-    static void MakeSession(const QString& name, const QByteArray& lock, bool state, const std::string& source)
+    // A session folder as a run leaves it: the autosaved state of `source` with one edit (none
+    // when `state` is false; saved to the file when `saved`) and a lock holding `lock` (none when
+    // null).
+    static void MakeSession(const QString& name, const QByteArray& lock, bool state, const std::string& source,
+                            bool saved = false)
     {
         ASSERT_TRUE(QDir().mkpath(Folder(name)));
         if (state) {
             PhotoCore::CoreSessionState written;
             written.sessionId = name.toStdString();
             written.sourcePath = source;
+            written.history.steps.push_back(std::make_shared<Proc::SettingsRotate>(1));
+            written.history.position = 1;
+            written.history.savedPosition = saved ? 1 : 0;
             QFile file(Folder(name) + QStringLiteral("/core.json"));
             ASSERT_TRUE(file.open(QIODevice::WriteOnly));
             file.write(QByteArray::fromStdString(PhotoUtil::CreateStringSerializer()->SerializeToString(written)));
@@ -89,16 +95,17 @@ protected:
 TEST_F(UnfinishedSessionTest, OnlyAnAutosaveWhoseRunIsGoneIsFoundAndEachStaleLockIsReportedOnce)
 {
     const std::string photo = Photo("a.jpg");
-    struct Case { const char* what; QByteArray lock; bool state; std::string source; bool found, lockStays; };
-    for (const Case& c : {Case {"a crash after an autosave", DeadPid(), true, photo, true, true},
-                          Case {"a crash its parent has not reaped yet", ZombiePid(), true, photo, true, true},
-                          Case {"a lock nobody can read", QByteArray("not a pid"), true, photo, true, true},
-                          Case {"a running editor", LivePid(), true, photo, false, true},
-                          Case {"a clean end", QByteArray(), true, photo, false, false},
-                          Case {"a crash before any autosave", DeadPid(), false, photo, false, false},
-                          Case {"a picture without a file", DeadPid(), true, std::string(), false, false}}) {
+    struct Case { const char* what; QByteArray lock; bool state; std::string source; bool saved, found, lockStays; };
+    for (const Case& c : {Case {"a crash after an autosave", DeadPid(), true, photo, false, true, true},
+                          Case {"a crash its parent has not reaped yet", ZombiePid(), true, photo, false, true, true},
+                          Case {"a lock nobody can read", QByteArray("not a pid"), true, photo, false, true, true},
+                          Case {"a running editor", LivePid(), true, photo, false, false, true},
+                          Case {"a clean end", QByteArray(), true, photo, false, false, false},
+                          Case {"a crash before any autosave", DeadPid(), false, photo, false, false, false},
+                          Case {"a crash after the edits were saved", DeadPid(), true, photo, true, false, false},
+                          Case {"a picture without a file", DeadPid(), true, std::string(), false, false, false}}) {
         SCOPED_TRACE(c.what);
-        MakeSession(QStringLiteral("s"), c.lock, c.state, c.source);
+        MakeSession(QStringLiteral("s"), c.lock, c.state, c.source, c.saved);
         const auto found = UnfinishedSession::Find();
         ASSERT_EQ(found.has_value(), c.found);
         if (found) {

@@ -117,6 +117,8 @@ TEST_F(HelperTest, ClosingEitherWayEmptiesTheWorkspaceOnce)
                           Case {"save and reset", [&] { helper->SaveAndResetWorkspaceController(); }}}) {
         SCOPED_TRACE(c.what);
         ASSERT_TRUE(OpenSync(Photo(QString::fromLatin1(c.what) + QStringLiteral(".jpg"))));
+        const QString lock = helper->GetProvider().GetCache().GetSessionStore().GetLockFilePath();
+        ASSERT_TRUE(QFileInfo::exists(lock));
         QSignalSpy reset(helper.get(), &WorkspaceControllerHelper::beforeWorkspaceControllerReset);
         QSignalSpy empty(helper.get(), &WorkspaceControllerHelper::workspacecontrollerEmpty);
         c.close();
@@ -124,6 +126,7 @@ TEST_F(HelperTest, ClosingEitherWayEmptiesTheWorkspaceOnce)
         EXPECT_EQ(empty.count(), 1);
         EXPECT_EQ(helper->GetWorkspaceController(), nullptr);
         EXPECT_EQ(window.handed.back(), nullptr);
+        EXPECT_FALSE(QFileInfo::exists(lock)) << "no picture is open: a crash now leaves nothing to offer";
     }
 }
 
