@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include <QRegularExpression>
 #include <QDir>
 #include <QFileInfo>
 
@@ -22,13 +21,16 @@ bool FolderNavigator::NaturalLess(const QString& a, const QString& b)
                 ++ei;
             while (ej < b.size() && b[ej].isDigit())
                 ++ej;
-            const QStringRef na = a.midRef(i, ei - i), nb = b.midRef(j, ej - j);
-            const QString ta = na.toString().remove(QRegularExpression(QStringLiteral("^0+(?=\\d)")));
-            const QString tb = nb.toString().remove(QRegularExpression(QStringLiteral("^0+(?=\\d)")));
-            if (ta.size() != tb.size())
-                return ta.size() < tb.size();
-            if (ta != tb)
-                return ta < tb;
+            // Leading zeros do not count, but keep the last digit of a run of zeros.
+            while (i < ei - 1 && a[i] == QLatin1Char('0'))
+                ++i;
+            while (j < ej - 1 && b[j] == QLatin1Char('0'))
+                ++j;
+            if (ei - i != ej - j)
+                return ei - i < ej - j;
+            const int order = QStringRef(&a, i, ei - i).compare(QStringRef(&b, j, ej - j));
+            if (order != 0)
+                return order < 0;
             i = ei;
             j = ej;
             continue;
@@ -56,6 +58,7 @@ void FolderNavigator::Clear()
 {
     current_.clear();
     files_.clear();
+    listedFolder_.clear();
     index_ = -1;
 }
 
@@ -66,6 +69,8 @@ void FolderNavigator::SetChosenFiles(const QStringList& files)
 
 void FolderNavigator::SetCurrentFile(const QString& file)
 {
+    const QString previousFolder = listedFolder_;
+    const QStringList previousFiles = files_;
     Clear();
     if (file.isEmpty())
         return;
@@ -77,14 +82,27 @@ void FolderNavigator::SetCurrentFile(const QString& file)
         return;
     }
     chosen_.clear();
+    // A step within an unchanged folder keeps its listing: reading and sorting a folder of
+    // thousands of photographs at every step would hold up the window.
     const QDir dir = info.absoluteDir();
+    const QDateTime folderTime = QFileInfo(dir.absolutePath()).lastModified();
+    if (!previousFiles.isEmpty() && previousFolder == dir.absolutePath() && folderTime == folderTime_
+        && previousFiles.contains(current_)) {
+        files_ = previousFiles;
+        listedFolder_ = previousFolder;
+        index_ = files_.indexOf(current_);
+        return;
+    }
+    listedFolder_ = dir.absolutePath();
+    folderTime_ = folderTime;
+    std::vector<std::pair<QString, QString>> named; // file name, path
     for (const QFileInfo& entry : dir.entryInfoList(QDir::Files | QDir::Readable)) {
         if (IsImageFile(entry.fileName()) || entry.absoluteFilePath() == current_)
-            files_.push_back(entry.absoluteFilePath());
+            named.emplace_back(entry.fileName(), entry.absoluteFilePath());
     }
-    std::sort(files_.begin(), files_.end(), [](const QString& a, const QString& b) {
-        return NaturalLess(QFileInfo(a).fileName(), QFileInfo(b).fileName());
-    });
+    std::sort(named.begin(), named.end(), [](const auto& a, const auto& b) { return NaturalLess(a.first, b.first); });
+    for (const auto& entry : named)
+        files_.push_back(entry.second);
     index_ = files_.indexOf(current_);
 }
 

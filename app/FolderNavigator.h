@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include <QDateTime>
 #include <QString>
 #include <QStringList>
 
@@ -48,6 +49,8 @@ private:
     QStringList files_;
     QStringList chosen_;
     int index_ = -1;
+    QString listedFolder_; // whose listing files_ holds; empty while chosen files are stepped
+    QDateTime folderTime_; // of that folder when listed, to notice files added or removed
 };
 
 } // namespace Quelto::Lumindra::App

@@ -6,12 +6,12 @@
 #include <QGraphicsScene>
 #include <QGraphicsView>
 #include <QPainter>
-#include <QThreadPool>
 
 #include <glog/logging.h>
 
 #include "LumindraWorkspace/IWorkspaceController.h"
 #include "photocore/FrameOps.h"
+#include "proc/BackgroundPool.h"
 #include "proc/EffectSettings.h"
 #include "util/HostObjectsConnectorID.h"
 #include "util/ObjectsConnector.h"
@@ -260,7 +260,7 @@ void CanvasItem::StartResize()
     running_ = next_;
     next_ = ResizeWish();
     ReadyResizer();
-    QThreadPool::globalInstance()->start([resizer = resizer_, wish = running_, mailbox = mailbox_] {
+    Proc::StartInBackground([resizer = resizer_, wish = running_, mailbox = mailbox_] {
         boost::intrusive_ptr<Proc::IDataVideo> scaled = Resize(*resizer, wish.frame, wish.target);
         // A copy with transparency is premultiplied here, not when the UI thread shows it.
         if (scaled && !scaled->IsOpaque()) {

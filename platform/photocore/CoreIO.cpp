@@ -319,24 +319,28 @@ void CoreIO::ReleaseSelection(const ioPath& key)
 
 void CoreIO::MarkOpened()
 {
-    try {
-        const ioPath folder = engine_->EnsureSessionFolder();
-        boost::property_tree::ptree description;
-        description.put("sessionId", engine_->GetSessionId());
-        description.put("source", engine_->GetSource().path.utf8string());
-        description.put("key", engine_->GetSource().key);
-        description.put("opened", ToUtf8(QDateTime::currentDateTimeUtc().toString(Qt::ISODate)));
-        std::ostringstream text;
-        boost::property_tree::write_json(text, description);
-        QSaveFile file(FromUtf8((folder / CoreSessionState::kDescriptionFile).utf8string()));
-        const std::string bytes = text.str();
-        if (!file.open(QIODevice::WriteOnly) || file.write(bytes.data(), qint64(bytes.size())) != qint64(bytes.size())
-            || !file.commit())
-            throw PhotoCoreException(file.errorString().toStdString());
-        VLOG(30) << "Session " << engine_->GetSessionId() << " opened in " << folder.utf8string();
-    } catch (const std::exception& e) {
-        LOG(ERROR) << "The session description could not be written: " << e.what();
-    }
+    boost::property_tree::ptree description;
+    description.put("sessionId", engine_->GetSessionId());
+    description.put("source", engine_->GetSource().path.utf8string());
+    description.put("key", engine_->GetSource().key);
+    description.put("opened", ToUtf8(QDateTime::currentDateTimeUtc().toString(Qt::ISODate)));
+    // Written on the core's thread: the commit syncs to disk, which at every step through a
+    // folder would hold up the window.
+    engine_->PostTask([engine = engine_, description] {
+        try {
+            const ioPath folder = engine->EnsureSessionFolder();
+            std::ostringstream text;
+            boost::property_tree::write_json(text, description);
+            QSaveFile file(FromUtf8((folder / CoreSessionState::kDescriptionFile).utf8string()));
+            const std::string bytes = text.str();
+            if (!file.open(QIODevice::WriteOnly)
+                || file.write(bytes.data(), qint64(bytes.size())) != qint64(bytes.size()) || !file.commit())
+                throw PhotoCoreException(file.errorString().toStdString());
+            VLOG(30) << "Session " << engine->GetSessionId() << " opened in " << folder.utf8string();
+        } catch (const std::exception& e) {
+            LOG(ERROR) << "The session description could not be written: " << e.what();
+        }
+    });
 }
 
 } // namespace Quelto::Lumindra::PhotoCore

@@ -9,7 +9,8 @@
 #include <vector>
 
 #include <QThread>
-#include <QThreadPool>
+
+#include "proc/BackgroundPool.h"
 
 namespace Quelto::Lumindra::Proc {
 
@@ -73,9 +74,8 @@ void RunInBands(int count, int minPerBand, const std::function<void(int, int)>& 
         return;
     }
     auto state = std::make_shared<BandState>(count, bands, work);
-    QThreadPool* pool = QThreadPool::globalInstance();
     for (int helper = 1; helper < bands; ++helper)
-        pool->start([state] { state->RunBands(); });
+        StartInBackground([state] { state->RunBands(); });
     state->RunBands();
     {
         std::unique_lock<std::mutex> lock(state->mutex);

@@ -8,8 +8,8 @@ namespace Quelto::Lumindra::Proc {
 // The one way frame work is split over threads in this project.
 //
 // Runs `work(begin, end)` over [0, count) split into contiguous bands and returns when every
-// band is done. The calling thread works too; the other bands go to the process-wide
-// QThreadPool, whose threads live on between calls (no thread is started per call). Bands never
+// band is done. The calling thread works too; the other bands go to the background pool
+// (BackgroundPool.h), whose threads live on between calls (no thread is started per call). Bands never
 // overlap, so work that writes only its own rows needs no locking. The caller takes every band
 // no pool thread has picked up yet, so a call never waits on a busy or exhausted pool and may be
 // made from inside a pool task. An exception thrown by any band is rethrown here after all bands

@@ -82,6 +82,10 @@ void SettingsManager::WriterLoop()
         lock.unlock();
         const bool ok = WriteChanges(storeFile, inFlight_);
         lock.lock();
+        if (storeFile == storeFile_) {
+            for (auto& [name, value] : inFlight_)
+                known_[name] = std::move(value);
+        }
         inFlight_.clear();
         stored_ = batchNumber;
         lastWriteOk_ = ok;
@@ -91,7 +95,7 @@ void SettingsManager::WriterLoop()
 
 const std::optional<QVariant>* SettingsManager::FindChange(const QString& name) const
 {
-    for (const Changes* changes : {&pending_, &inFlight_}) {
+    for (const Changes* changes : {&pending_, &inFlight_, static_cast<const Changes*>(&known_)}) {
         const auto it = changes->find(name);
         if (it != changes->end())
             return &it->second;
@@ -113,28 +117,38 @@ bool SettingsManager::IsStoreWritable(const QString& storeFile) const
     return folder.isDir() && folder.isWritable();
 }
 
-QVariant SettingsManager::Value(const QString& name, const QVariant& fallback) const
+std::optional<QVariant> SettingsManager::ReadAndKeep(const QString& name) const
 {
     QString storeFile;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         if (const auto* change = FindChange(name))
-            return *change ? **change : fallback;
+            return *change;
         storeFile = storeFile_;
     }
-    return OpenStore(storeFile)->value(name, fallback);
+    const auto store = OpenStore(storeFile);
+    std::optional<QVariant> value;
+    if (store->contains(name))
+        value = store->value(name);
+    std::lock_guard<std::mutex> lock(mutex_);
+    // A write or a change of store meanwhile wins over what was read.
+    if (storeFile != storeFile_)
+        return value;
+    if (const auto* change = FindChange(name))
+        return *change;
+    known_[name] = value;
+    return value;
+}
+
+QVariant SettingsManager::Value(const QString& name, const QVariant& fallback) const
+{
+    const std::optional<QVariant> value = ReadAndKeep(name);
+    return value ? *value : fallback;
 }
 
 bool SettingsManager::Contains(const QString& name) const
 {
-    QString storeFile;
-    {
-        std::lock_guard<std::mutex> lock(mutex_);
-        if (const auto* change = FindChange(name))
-            return change->has_value();
-        storeFile = storeFile_;
-    }
-    return OpenStore(storeFile)->contains(name);
+    return ReadAndKeep(name).has_value();
 }
 
 bool SettingsManager::SetValue(const QString& name, const QVariant& value)
@@ -145,8 +159,10 @@ bool SettingsManager::SetValue(const QString& name, const QVariant& value)
                      << " (no access)";
         return false;
     }
-    if (stopped_)
+    if (stopped_) {
+        known_[name] = value;
         return WriteChanges(storeFile_, Changes {{name, value}});
+    }
     pending_[name] = value;
     ++submitted_;
     changed_.notify_one();
@@ -157,6 +173,7 @@ void SettingsManager::Remove(const QString& name)
 {
     std::lock_guard<std::mutex> lock(mutex_);
     if (stopped_) {
+        known_[name] = std::nullopt;
         WriteChanges(storeFile_, Changes {{name, std::nullopt}});
         return;
     }
@@ -178,6 +195,7 @@ void SettingsManager::SetStoreFile(const QString& iniPath)
     Flush();
     std::lock_guard<std::mutex> lock(mutex_);
     storeFile_ = iniPath;
+    known_.clear();
 }
 
 QString SettingsManager::GetStoreFile() const

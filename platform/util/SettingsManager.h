@@ -13,7 +13,10 @@ namespace Quelto::Lumindra::Util {
 
 // The application's settings store over QSettings. Thread-safe.
 //
-// Reads see every write at once. Writes land in memory first and a writer thread of the manager
+// Reads see every write at once. A value is read from the store once and then kept in memory:
+// opening the store waits for a process-wide lock of QSettings that a write to disk holds, and
+// the UI thread reads settings while it opens every picture. Changes made to the store by
+// another process are therefore seen after SetStoreFile or a restart. Writes land in memory first and a writer thread of the manager
 // puts them into the store shortly after, so that no caller (the UI thread opening a picture)
 // waits for the store's file to be synced to disk. Flush() waits until everything written so far
 // is in the store; the manager flushes when the store changes and when the application object is
@@ -50,8 +53,10 @@ private:
     // own globals that QSettings relies on are destroyed.
     void Stop();
     static bool WriteChanges(const QString& storeFile, const Changes& changes);
-    // The pending or in-flight change of `name`, if any (mutex held).
+    // The pending, in-flight or known value of `name`, if any (mutex held).
     const std::optional<QVariant>* FindChange(const QString& name) const;
+    // Reads `name` from the store (without the mutex) and remembers it.
+    std::optional<QVariant> ReadAndKeep(const QString& name) const;
     bool IsStoreWritable(const QString& storeFile) const;
 
     mutable std::mutex mutex_;         // guards everything below
@@ -62,6 +67,9 @@ private:
     // batch the writer is putting into the store: reads consult both, newest first.
     Changes pending_;
     Changes inFlight_;
+    // What the store holds as far as this process knows: values read from it, and batches the
+    // writer put into it. An empty optional: the store has no such value.
+    mutable Changes known_;
     unsigned long long submitted_ = 0; // batches handed to the writer
     unsigned long long stored_ = 0;    // batches the writer finished
     bool lastWriteOk_ = true;

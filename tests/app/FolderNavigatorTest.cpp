@@ -1,5 +1,7 @@
 #include <set>
 
+#include <QFile>
+
 #include <gtest/gtest.h>
 
 #include "FolderNavigator.h"
@@ -37,6 +39,32 @@ TEST_F(FolderNavigatorTest, ListsOnlyPicturesInNaturalOrder)
     EXPECT_EQ(nav.GetFiles().front(), Path(1));
     EXPECT_EQ(nav.GetFiles()[9], Path(10)) << "p10 comes after p9, not after p1";
     EXPECT_EQ(nav.GetCurrentIndex(), 1);
+}
+
+TEST(FolderNavigatorOrder, NamesCompareAsAPersonReadsThem)
+{
+    struct Case { const char* a; const char* b; bool less; };
+    for (const Case& c : {Case {"p9", "p10", true}, Case {"p10", "p9", false}, Case {"P2", "p10", true},
+                          Case {"p007", "p8", true}, Case {"p08", "p7", false}, Case {"p00", "p0", false},
+                          Case {"p0", "p00", true}, Case {"a", "B", true}, Case {"b1c", "b01d", true},
+                          Case {"img", "img1", true}, Case {"x99999999999999999999", "x100000000000000000000", true}}) {
+        SCOPED_TRACE(std::string(c.a) + " < " + c.b);
+        EXPECT_EQ(FolderNavigator::NaturalLess(QString::fromLatin1(c.a), QString::fromLatin1(c.b)), c.less);
+    }
+}
+
+TEST_F(FolderNavigatorTest, AStepSeesPicturesAddedOrRemovedMeanwhile)
+{
+    nav.SetCurrentFile(Path(2));
+    nav.SetCurrentFile(Path(3));
+    ASSERT_EQ(nav.GetFiles().size(), 10);
+    Touch(QStringLiteral("p11.jpg"));
+    ASSERT_TRUE(QFile::remove(Path(1)));
+    nav.SetCurrentFile(Path(4));
+    EXPECT_EQ(nav.GetFiles().size(), 10);
+    EXPECT_EQ(nav.GetFiles().front(), Path(2));
+    EXPECT_EQ(nav.GetFiles().back(), Path(11));
+    EXPECT_EQ(nav.GetCurrentIndex(), 2);
 }
 
 TEST_F(FolderNavigatorTest, NeighboursStopAtTheEnds)

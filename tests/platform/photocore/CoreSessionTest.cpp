@@ -43,6 +43,7 @@ TEST_F(CoreSession, SessionFolderIsTheTemporaryFolderAndTheSessionId)
         << "created only when first needed";
 
     a->GetIOEngine().MarkOpened();
+    ASSERT_TRUE(a->WaitForIdle(T::kDefaultWaitMs)) << "the description is written on the core's thread";
     QFile description(QString::fromStdString((io.GetSessionFolder() / "session.json").utf8string()));
     ASSERT_TRUE(description.open(QIODevice::ReadOnly));
     const QByteArray text = description.readAll();

@@ -1,5 +1,6 @@
 // The band splitter: every index once, failures after all bands, pool threads only, no deadlock.
 
+#include <algorithm>
 #include <atomic>
 #include <future>
 #include <mutex>
@@ -8,11 +9,14 @@
 #include <thread>
 #include <vector>
 
+#include <sys/resource.h>
+
 #include <QThread>
-#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
+#include "core/WorkerThread.h"
+#include "proc/BackgroundPool.h"
 #include "proc/ParallelBands.h"
 
 namespace Quelto::Lumindra::Proc {
@@ -24,17 +28,22 @@ TEST(ParallelBandsTest, EveryIndexRunsOnceOnTheCallerOrAPoolThread)
         SCOPED_TRACE(count);
         std::vector<std::atomic<int>> hits(static_cast<std::size_t>(count));
         std::atomic<int> foreignThreads {0};
+        std::atomic<int> helpersAtUiPriority {0};
         QThread* caller = QThread::currentThread();
         RunInBands(count, 16, [&](int begin, int end) {
             QThread* self = QThread::currentThread();
-            if (self != caller && !QThreadPool::globalInstance()->contains(self))
+            if (self != caller && !IsBackgroundThread())
                 ++foreignThreads; // a thread started for this call
+            // A helper at the caller's priority would take turns with the UI thread.
+            if (self != caller && getpriority(PRIO_PROCESS, 0) < Core::kWorkerThreadNice)
+                ++helpersAtUiPriority;
             for (int i = begin; i < end; ++i)
                 ++hits[std::size_t(i)];
         });
         for (int i = 0; i < count; ++i)
             ASSERT_EQ(hits[std::size_t(i)].load(), 1) << i;
         EXPECT_EQ(foreignThreads.load(), 0);
+        EXPECT_EQ(helpersAtUiPriority.load(), 0);
     }
 }
 
@@ -60,16 +69,17 @@ TEST(ParallelBandsTest, AFailingBandIsRethrownAfterEveryOtherBandFinished)
 
 TEST(ParallelBandsTest, ABusyPoolDoesNotBlockTheCaller)
 {
-    QThreadPool* pool = QThreadPool::globalInstance();
+    const int threads = std::max(1, QThread::idealThreadCount());
     std::promise<void> release;
     std::shared_future<void> released = release.get_future().share();
     std::atomic<int> blocking {0};
-    for (int i = 0; i < pool->maxThreadCount(); ++i)
-        pool->start([released, &blocking] {
+    for (int i = 0; i < threads; ++i)
+        StartInBackground([released, &blocking] {
             ++blocking;
             released.wait();
+            --blocking;
         });
-    while (blocking.load() < pool->maxThreadCount()) // every pool thread is taken
+    while (blocking.load() < threads) // every pool thread is taken
         std::this_thread::yield();
     std::atomic<int> total {0};
     // From a pool task too: a band that splits its own work again must not wait for itself.
@@ -78,7 +88,8 @@ TEST(ParallelBandsTest, ABusyPoolDoesNotBlockTheCaller)
     });
     EXPECT_EQ(total.load(), 1000);
     release.set_value();
-    pool->waitForDone();
+    while (blocking.load() > 0)
+        std::this_thread::yield();
 }
 
 } // namespace

@@ -43,6 +43,30 @@ TEST_F(SettingsStoreTest, EveryWriteReadsBackAtOnceAndLandsInTheIniFile)
     EXPECT_TRUE(reader.contains("toggled"));
 }
 
+// Opening the store waits for a lock that any write to disk holds, so a value is read from the
+// file once; a store chosen again is read afresh.
+TEST_F(SettingsStoreTest, AValueIsReadFromTheFileOnceUntilTheStoreIsChosenAgain)
+{
+    {
+        QSettings writer(Store(), QSettings::IniFormat);
+        writer.setValue("outside", 1);
+    }
+    EXPECT_EQ(settings_.Value("outside").toInt(), 1);
+    EXPECT_FALSE(settings_.Contains("absent"));
+    {
+        QSettings writer(Store(), QSettings::IniFormat);
+        writer.setValue("outside", 2);
+        writer.setValue("absent", 3);
+    }
+    EXPECT_EQ(settings_.Value("outside").toInt(), 1);
+    EXPECT_FALSE(settings_.Contains("absent"));
+    ASSERT_TRUE(settings_.SetValue("outside", 4));
+    ASSERT_TRUE(settings_.Flush());
+    EXPECT_EQ(settings_.Value("outside").toInt(), 4) << "a written value stays known after the write";
+    settings_.SetStoreFile(Store());
+    EXPECT_EQ(settings_.Value("absent").toInt(), 3);
+}
+
 TEST_F(SettingsStoreTest, UnwritableStoreIsReportedAndLosesNothingAlreadyThere)
 {
     ASSERT_TRUE(settings_.SetValue("kept", 1));
