@@ -19,7 +19,6 @@
 #include "FakeWindow.h"
 #include "LumindraWorkspace/WorkspaceControllerHelper.h"
 #include "ProviderFixture.h"
-#include "photocore/StatisticsEventHandler.h"
 
 namespace Quelto::Lumindra {
 namespace {
@@ -107,10 +106,7 @@ class BadInputTest : public TS::ProviderFixture {
 protected:
     void SetUp() override
     {
-        WorkspaceControllerHelper::Initializer init;
-        init.statistics = std::make_shared<StatisticsEventHandler>();
-        helper = std::make_unique<WorkspaceControllerHelper>(init);
-        helper->Initialize(&window);
+        helper = TS::MakeHelper(window);
         helper->AddFileToOpen(QString::fromStdString(Photo("on-show.jpg")));
         ASSERT_NE(helper->GetWorkspaceController(), nullptr);
     }

@@ -1,7 +1,8 @@
 #pragma once
 
 // A host window stand-in for the helper's tests: records the controllers it is handed and can
-// refuse a reset or run a hook (which may re-enter the helper) when asked whether it may reset.
+// refuse a reset or run a hook (which may re-enter the helper) when asked whether it may reset;
+// and a helper made for it as the host makes one.
 
 #include <functional>
 #include <memory>
@@ -9,6 +10,8 @@
 #include <vector>
 
 #include "LumindraWorkspace/IWorkspaceWindow.h"
+#include "LumindraWorkspace/WorkspaceControllerHelper.h"
+#include "photocore/StatisticsEventHandler.h"
 
 namespace Quelto::Lumindra::Test {
 
@@ -29,5 +32,15 @@ public:
     std::function<void()> onResetQuestion;
     std::vector<std::shared_ptr<IWorkspaceController>> handed;
 };
+
+// A helper as the host makes it, initialised with `window`.
+inline std::unique_ptr<WorkspaceControllerHelper> MakeHelper(FakeWindow& window)
+{
+    WorkspaceControllerHelper::Initializer init;
+    init.statistics = std::make_shared<StatisticsEventHandler>();
+    auto helper = std::make_unique<WorkspaceControllerHelper>(init);
+    helper->Initialize(&window);
+    return helper;
+}
 
 } // namespace Quelto::Lumindra::Test

@@ -40,10 +40,7 @@ class HelperTest : public TS::ProviderFixture {
 protected:
     void SetUp() override
     {
-        WorkspaceControllerHelper::Initializer init;
-        init.statistics = std::make_shared<StatisticsEventHandler>();
-        helper = std::make_unique<WorkspaceControllerHelper>(init);
-        helper->Initialize(&window);
+        helper = TS::MakeHelper(window);
         ASSERT_TRUE(OpenSync(Photo("first.jpg")));
         ASSERT_EQ(window.handed, Handed {helper->GetWorkspaceController()});
     }
@@ -192,14 +189,11 @@ TEST_F(HelperTest, TheLatestWaitingRequestIsOpenedWhateverBecameOfTheOpenBeforeI
 // other's request, nor take it over.
 TEST_F(HelperTest, AnOpenInOneHelperDoesNotHoldUpAnother)
 {
-    WorkspaceControllerHelper::Initializer init;
-    init.statistics = std::make_shared<StatisticsEventHandler>();
-    WorkspaceControllerHelper other(init);
     FakeWindow otherWindow;
-    other.Initialize(&otherWindow);
+    const auto other = TS::MakeHelper(otherWindow);
     const QString mine = QString::fromStdString(Photo("mine.jpg"));
     const QString theirs = QString::fromStdString(Photo("theirs.jpg"));
-    window.onResetQuestion = [&] { other.AddFileToOpen(theirs); };
+    window.onResetQuestion = [&] { other->AddFileToOpen(theirs); };
 
     helper->AddFileToOpen(mine);
     ASSERT_EQ(otherWindow.handed.size(), 1u) << "the other helper must open its file at once";
