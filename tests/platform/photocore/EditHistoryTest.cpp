@@ -25,7 +25,8 @@ std::string Describe(const EditHistory& history)
         + std::to_string(history.GetRedoCount()) + (history.IsSaved() ? " saved" : " changed");
 }
 
-// Requests: digits push a turn of that many quarters, 'u' undoes, 'r' redoes, 's' marks saved.
+// Requests: digits push a turn of that many quarters, 'u' undoes, 'r' redoes, 's' marks saved,
+// 'x' and a digit erase the step pushed that many pushes in (an edit that could not be rendered).
 TEST(EditHistory, RequestSequencesGiveTheExpectedStepsCountsAndSavedState)
 {
     struct Case {
@@ -48,6 +49,13 @@ TEST(EditHistory, RequestSequencesGiveTheExpectedStepsCountsAndSavedState)
         {"12su3uur", "1 undo 1 redo 1 changed"},
         {"12sus3uurr", "13 undo 2 redo 0 changed"},
         {"12suu3u", " undo 0 redo 1 changed"},     // the saved state was overwritten: unreachable
+        {"1x1", " undo 0 redo 0 saved"},           // as if the edit had never been asked for
+        {"12x2", "1 undo 1 redo 0 changed"},
+        {"12x1", "2 undo 1 redo 0 changed"},       // a later step stays, one position down
+        {"12ux2", "1 undo 1 redo 0 changed"},      // a redoable one goes from the redo side
+        {"1s2x2", "1 undo 1 redo 0 saved"},        // back at the saved state
+        {"12sx1", "2 undo 1 redo 0 changed"},      // the saved state held it: unreachable
+        {"1x2", "1 undo 1 redo 0 changed"},        // an unknown step: nothing changes
     };
     for (const Case& c : cases) {
         EditHistory history;
@@ -58,6 +66,8 @@ TEST(EditHistory, RequestSequencesGiveTheExpectedStepsCountsAndSavedState)
                 history.Redo();
             else if (*r == 's')
                 history.MarkSaved();
+            else if (*r == 'x' && r[1])
+                history.Erase(std::uint64_t(*++r - '0'));
             else
                 history.Push(Turn(*r - '0'));
         }
