@@ -4,8 +4,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include <QMutex>
 #include <QMutexLocker>
-#include <QScopeGuard>
 #include <QTimer>
 
 #include <glog/logging.h>
@@ -137,24 +137,30 @@ void WorkspaceControllerHelper::AddFileToOpen(const QString& path)
 {
     if (!initialized_)
         return;
-    std::unique_lock<QMutex> opening(openingMutex_, std::try_to_lock);
+    // Re-entry happens on this thread (a nested event loop during a long open), so the guard is a
+    // try-lock that fails while the outer open holds it; QMutex answers false there rather than
+    // deadlocking. Only the latest request that arrives meanwhile survives. The three are shared
+    // by every helper of the process, as the host glue prescribes.
+    static QString pendingPath;
+    static QMutex openingMutex;
+    static QMutex pendingMutex;
+
+    std::unique_lock<QMutex> opening(openingMutex, std::try_to_lock);
     if (!opening.owns_lock()) {
-        // Only the latest request that arrives during an open survives.
-        QMutexLocker lock(&pendingMutex_);
-        pendingPath_ = path;
+        QMutexLocker lock(&pendingMutex);
+        pendingPath = path;
         return;
     }
-    // However this open ends (opened, failed, refused, or an exception on its way out), the
-    // guard is released and the request that waited meanwhile gets its turn.
-    const auto next = qScopeGuard([this] { OpenPendingLater(); });
-    if (ResetWorkspaceController(ioPath(path.toUtf8().toStdString()), std::string(), true) && controller_)
+    // Whatever escapes the open releases the guard on its way out; a failed open leaves the
+    // waiting request where it is, for the next open that succeeds.
+    if (!ResetWorkspaceController(ioPath(path.toUtf8().toStdString()), std::string(), true))
+        return;
+    if (controller_)
         controller_->GetIOEngine().MarkOpened();
-}
+    opening.unlock();
 
-void WorkspaceControllerHelper::OpenPendingLater()
-{
-    QMutexLocker lock(&pendingMutex_);
-    const QString next = std::exchange(pendingPath_, QString());
+    QMutexLocker lock(&pendingMutex);
+    const QString next = std::exchange(pendingPath, QString());
     if (!next.isEmpty())
         QTimer::singleShot(0, this, [this, next] { AddFileToOpen(next); });
 }
