@@ -66,7 +66,7 @@ void CoreRenderer::RunLoad(std::uint64_t jobId)
             DecodeOptions options;
             options.pixelLimit = pixelLimit_;
             options.allowSixteenBit = input.allowSixteenBit;
-            const ImageDecoder::Result full = ImageDecoder::DecodeFull(source_.path.utf8string(), source_.header,
+            const ImageDecoder::Result full = ImageDecoder::DecodeFull(source_.GetPixelFile().utf8string(), source_.header,
                                                                        options, &events_.GetClosedFlag());
             working = full.frame;
             scaled = full.scaledForMemory;

@@ -65,6 +65,40 @@ TEST(EditHistory, RequestSequencesGiveTheExpectedStepsCountsAndSavedState)
     }
 }
 
+// 'f': a save replaced the source file with the current state. Which position the file holds
+// follows undo, redo and new steps, and survives a write-out and restore of the state.
+TEST(EditHistory, TheStateTheSourceFileHoldsIsFollowedThroughTheHistory)
+{
+    struct Case {
+        const char* requests;
+        int expected;
+    };
+    const Case cases[] = {
+        {"12", 0},     // never replaced: the file as opened
+        {"12f", 2},
+        {"12fu", 2},   // undone, still in the history (redoable)
+        {"12fu3", -1}, // the state the file holds was dropped
+        {"1f2f", 2},
+        {"1f2u3", 1},  // only the steps after the file's state were dropped
+        {"f12", 0},    // replaced with the state as opened
+    };
+    for (const Case& c : cases) {
+        EditHistory history;
+        for (const char* r = c.requests; *r; ++r) {
+            if (*r == 'u')
+                history.Undo();
+            else if (*r == 'f')
+                history.MarkSourceReplaced();
+            else
+                history.Push(Turn(*r - '0'));
+        }
+        EXPECT_EQ(history.GetSourcePosition(), c.expected) << c.requests;
+        EditHistory restored;
+        restored.Restore(history.GetState());
+        EXPECT_EQ(restored.GetSourcePosition(), c.expected) << c.requests << " restored";
+    }
+}
+
 TEST(EditHistory, UndoAndRedoSayWhetherTheyDidSomethingAndNameTheStep)
 {
     EditHistory history;
