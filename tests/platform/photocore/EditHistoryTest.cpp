@@ -25,7 +25,26 @@ std::string Describe(const EditHistory& history)
         + std::to_string(history.GetRedoCount()) + (history.IsSaved() ? " saved" : " changed");
 }
 
-// Requests: digits push a turn of that many quarters, 'u' undoes, 'r' redoes, 's' marks saved.
+// Requests: digits push a turn of that many quarters, 'u' undoes, 'r' redoes, 's' marks saved,
+// 'f' marks the source file replaced.
+EditHistory Play(const char* requests)
+{
+    EditHistory history;
+    for (const char* r = requests; *r; ++r) {
+        if (*r == 'u')
+            history.Undo();
+        else if (*r == 'r')
+            history.Redo();
+        else if (*r == 's')
+            history.MarkSaved();
+        else if (*r == 'f')
+            history.MarkSourceReplaced();
+        else
+            history.Push(Turn(*r - '0'));
+    }
+    return history;
+}
+
 TEST(EditHistory, RequestSequencesGiveTheExpectedStepsCountsAndSavedState)
 {
     struct Case {
@@ -50,23 +69,13 @@ TEST(EditHistory, RequestSequencesGiveTheExpectedStepsCountsAndSavedState)
         {"12suu3u", " undo 0 redo 1 changed"},     // the saved state was overwritten: unreachable
     };
     for (const Case& c : cases) {
-        EditHistory history;
-        for (const char* r = c.requests; *r; ++r) {
-            if (*r == 'u')
-                history.Undo();
-            else if (*r == 'r')
-                history.Redo();
-            else if (*r == 's')
-                history.MarkSaved();
-            else
-                history.Push(Turn(*r - '0'));
-        }
+        const EditHistory history = Play(c.requests);
         EXPECT_EQ(Describe(history), c.expected) << c.requests;
     }
 }
 
-// 'f': a save replaced the source file with the current state. Which position the file holds
-// follows undo, redo and new steps, and survives a write-out and restore of the state.
+// Which state the source file holds after a save replaced it follows undo, redo and new steps,
+// and survives a write-out and restore of the state.
 TEST(EditHistory, TheStateTheSourceFileHoldsIsFollowedThroughTheHistory)
 {
     struct Case {
@@ -83,15 +92,7 @@ TEST(EditHistory, TheStateTheSourceFileHoldsIsFollowedThroughTheHistory)
         {"f12", 0},    // replaced with the state as opened
     };
     for (const Case& c : cases) {
-        EditHistory history;
-        for (const char* r = c.requests; *r; ++r) {
-            if (*r == 'u')
-                history.Undo();
-            else if (*r == 'f')
-                history.MarkSourceReplaced();
-            else
-                history.Push(Turn(*r - '0'));
-        }
+        const EditHistory history = Play(c.requests);
         EXPECT_EQ(history.GetSourcePosition(), c.expected) << c.requests;
         EditHistory restored;
         restored.Restore(history.GetState());
