@@ -1,9 +1,11 @@
 #include "LumindraWorkspace/WorkspaceControllerHelper.h"
 
+#include <mutex>
 #include <stdexcept>
+#include <utility>
 
-#include <QMutex>
 #include <QMutexLocker>
+#include <QScopeGuard>
 #include <QTimer>
 
 #include <glog/logging.h>
@@ -135,29 +137,24 @@ void WorkspaceControllerHelper::AddFileToOpen(const QString& path)
 {
     if (!initialized_)
         return;
-    // Re-entry happens on this thread (a nested event loop during a long open), so the guard is a
-    // try-lock that fails while the outer open holds it; QMutex answers false there rather than
-    // deadlocking. Only the latest request that arrives meanwhile survives.
-    static QString pendingPath;
-    static QMutex openingMutex;
-    static QMutex pendingMutex;
-
-    if (!openingMutex.tryLock()) {
-        QMutexLocker lock(&pendingMutex);
-        pendingPath = path;
+    std::unique_lock<QMutex> opening(openingMutex_, std::try_to_lock);
+    if (!opening.owns_lock()) {
+        // Only the latest request that arrives during an open survives.
+        QMutexLocker lock(&pendingMutex_);
+        pendingPath_ = path;
         return;
     }
-    if (!ResetWorkspaceController(ioPath(path.toUtf8().toStdString()), std::string(), true)) {
-        openingMutex.unlock();
-        return;
-    }
-    if (controller_)
+    // However this open ends (opened, failed, refused, or an exception on its way out), the
+    // guard is released and the request that waited meanwhile gets its turn.
+    const auto next = qScopeGuard([this] { OpenPendingLater(); });
+    if (ResetWorkspaceController(ioPath(path.toUtf8().toStdString()), std::string(), true) && controller_)
         controller_->GetIOEngine().MarkOpened();
-    openingMutex.unlock();
+}
 
-    QMutexLocker lock(&pendingMutex);
-    const QString next = std::move(pendingPath);
-    pendingPath.clear();
+void WorkspaceControllerHelper::OpenPendingLater()
+{
+    QMutexLocker lock(&pendingMutex_);
+    const QString next = std::exchange(pendingPath_, QString());
     if (!next.isEmpty())
         QTimer::singleShot(0, this, [this, next] { AddFileToOpen(next); });
 }

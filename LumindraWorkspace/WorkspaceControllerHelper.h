@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include <QMutex>
 #include <QObject>
 #include <QPixmap>
 #include <QString>
@@ -76,12 +77,20 @@ private:
                                       const ioPath& path, bool fromImage);
     bool ResetWorkspaceControllerWithImageImpl(const QPixmap& image, PhotoCore::ImageSource source);
     void ReportOpenFailure(const std::string& description, int code, const ioPath& path);
+    // Schedules the request that waited during an open, if any.
+    void OpenPendingLater();
 
     std::shared_ptr<StatisticsEventHandler> statistics_;
     IWorkspaceWindow* window_ = nullptr;
     bool initialized_ = false;
     WorkspaceControllerProvider provider_;
     std::shared_ptr<IWorkspaceController> controller_;
+
+    // AddFileToOpen's re-entry guard, one per helper. Re-entry comes from this thread (a nested
+    // event loop during a long open), so it is a try-lock that fails while the outer open holds it.
+    QMutex openingMutex_;
+    QMutex pendingMutex_;  // guards pendingPath_
+    QString pendingPath_;  // the latest request that arrived during an open; empty when none
 };
 
 } // namespace Quelto::Lumindra

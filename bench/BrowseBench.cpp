@@ -29,6 +29,7 @@
 #include <functional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include <QDir>
@@ -173,9 +174,15 @@ private:
     // first one that would pass the bound, counting the wanted cached cores but the current one.
     bool PreloadsDone()
     {
-        FolderNavigator navigator;
-        navigator.SetCurrentFile(files_[current_]);
-        const std::vector<std::string> request = navigator.GetPreloadRequest(direction_);
+        // Asked every millisecond on the UI thread, whose gaps the stall figure measures: the
+        // folder is listed once per step, not at every poll.
+        if (requestFor_ != std::make_pair(current_, direction_)) {
+            FolderNavigator navigator;
+            navigator.SetCurrentFile(files_[current_]);
+            request_ = navigator.GetPreloadRequest(direction_);
+            requestFor_ = {current_, direction_};
+        }
+        const std::vector<std::string>& request = request_;
         const auto& cache = GetProvider().GetCache();
         const std::string current = cache.GetCurrentName();
         std::vector<std::string> wanted;
@@ -199,6 +206,8 @@ private:
     }
 
     QStringList files_;
+    std::pair<int, int> requestFor_ {-1, 0}; // the step (file, direction) request_ was made for
+    std::vector<std::string> request_;
     MainWindow window_;
     int current_ = 0;
     int direction_ = 0;

@@ -155,7 +155,9 @@ void WorkspaceView::ScaleToPercent(double percent)
     const double factor = ConvertPercentToScaleFactor(percent);
 
     QPointF anchor(0.0, 0.0);
-    if (testAttribute(Qt::WA_UnderMouse))
+    // A fit centres the picture afterwards, so the pointer (a display server round trip) is
+    // not asked for then.
+    if (testAttribute(Qt::WA_UnderMouse) && !fittingInProgress)
         anchor = QPointF(viewport()->mapFromGlobal(QCursor::pos()));
     const QPointF sceneAnchor = mapToScene(anchor.toPoint());
 

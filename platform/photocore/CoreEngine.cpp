@@ -634,6 +634,12 @@ void CoreEngine::OnFullFrame(const Conf::FrameInfo& info)
     originalSettings_ = currentSettings_ = MakeSettingsLocked(info);
 }
 
+void CoreEngine::OnStepFailed(std::uint64_t stepId)
+{
+    std::lock_guard<std::mutex> lock(historyMutex_);
+    history_.Erase(stepId);
+}
+
 void CoreEngine::OnRendered(const Conf::FrameInfo& info, const std::vector<EditStep>& steps)
 {
     FrameGeometry geometry = GeometryOf(steps, steps.size());

@@ -192,6 +192,7 @@ private:
     std::string GetFileName() const override;
     LoadInput GetLoadInput() const override;
     void OnFullFrame(const Conf::FrameInfo& info) override;
+    void OnStepFailed(std::uint64_t stepId) override;
     void OnRendered(const Conf::FrameInfo& info, const std::vector<EditStep>& steps) override;
     ICoreEventHandler::CoreEventStateChanged GetHistoryCounts() const override;
 

@@ -66,6 +66,8 @@ void CoreRenderer::RunLoad(std::uint64_t jobId)
             DecodeOptions options;
             options.pixelLimit = pixelLimit_;
             options.allowSixteenBit = input.allowSixteenBit;
+            if (progress)
+                options.progress = [progress](double fraction) { progress->SetProgress(fraction); };
             const ImageDecoder::Result full = ImageDecoder::DecodeFull(source_.GetPixelFile().utf8string(), source_.header,
                                                                        options, &events_.GetClosedFlag());
             working = full.frame;
@@ -156,45 +158,60 @@ void CoreRenderer::RunRender(const Target& target, std::uint64_t jobId)
         events_.PublishCore(&ICoreEventHandler::HandleJobDone, jobs_.Finish(jobId, outcome));
         return;
     }
-    const CoreFrames::RenderBase base = frames_.GetRenderBase(target.steps);
+    std::vector<EditStep> steps;
+    for (const EditStep& step : target.steps)
+        if (!failedSteps_.count(step.id))
+            steps.push_back(step);
+    bool dropped = steps.size() != target.steps.size();
+    const CoreFrames::RenderBase base = frames_.GetRenderBase(steps);
     const std::unique_ptr<PreviewCache::Entry> preview = preview_.Take();
 
     DataVideoPtr working = base.working;
-    for (std::size_t i = base.firstStep; i < target.steps.size(); ++i) {
-        const Proc::SettingsBase& settings = *target.steps[i].settings;
+    for (std::size_t i = base.firstStep; i < steps.size();) {
+        const Proc::SettingsBase& settings = *steps[i].settings;
         // The last preview already shows this step when it was made on the same frame (an
         // 8-bit working frame is its own display frame).
-        if (i + 1 == target.steps.size() && preview && preview->base == working
+        if (i + 1 == steps.size() && preview && preview->base == working
             && EditRegistry::Equal(*preview->settings, settings)) {
             working = preview->frame;
+            ++i;
             continue;
         }
         try {
             working = FrameOps::Apply(working, settings);
+            ++i;
         } catch (const std::exception& e) {
-            LOG(ERROR) << "Edit \"" << settings.GetDisplayName() << "\" could not be applied: " << e.what();
+            const std::string message = "\u201c" + settings.GetDisplayName() + "\u201d could not be applied: " + e.what();
+            LOG(ERROR) << "Edit " << message;
+            failedSteps_.insert(steps[i].id);
+            host_.OnStepFailed(steps[i].id);
+            steps.erase(steps.begin() + std::ptrdiff_t(i));
+            dropped = true;
             outcome.success = false;
-            outcome.reason = "\"" + settings.GetDisplayName() + "\" could not be applied: " + e.what();
+            outcome.reason = message;
             events_.PublishCore(&ICoreEventHandler::HandleThrow,
-                                ICoreEventHandler::ThrowEvent(std::make_shared<PhotoCoreException>(e.what()), fileName));
+                                ICoreEventHandler::ThrowEvent(std::make_shared<PhotoCoreException>(message), fileName));
         }
     }
     const DataVideoPtr display = FrameOps::ToDisplay(working);
     BuildLevels(display);
-    frames_.SetCurrent(working, display, target.steps, MinAlphaOf(working, target.steps));
-    host_.OnRendered(working->GetFrameInfo(), target.steps);
+    frames_.SetCurrent(working, display, steps, MinAlphaOf(working, steps));
+    host_.OnRendered(working->GetFrameInfo(), steps);
     const double elapsedMs = CountRender(MillisecondsSince(start));
     ICoreEventHandler::CoreEventStateChanged changed = host_.GetHistoryCounts();
-    VLOG(30) << "Rendered \"" << target.name << "\" (" << target.steps.size() << " steps) in " << elapsedMs << " ms";
+    VLOG(30) << "Rendered \"" << target.name << "\" (" << steps.size() << " steps) in " << elapsedMs << " ms";
 
     events_.PublishDrawer(&IDrawerEventHandler::HandleFrame,
                           IDrawerEventHandler::DrawerEventFrame("Frame", target.name, -1, target.reason));
+    // A step left out changed the history after the request was made: announce it as it is now.
     events_.PublishDrawer(&IDrawerEventHandler::HandleUndo,
-                          IDrawerEventHandler::DrawerEventUndo("History", target.name, target.undoCount));
-    if (target.savedChanged)
+                          IDrawerEventHandler::DrawerEventUndo("History", target.name,
+                                                               dropped ? changed.undoCount : target.undoCount));
+    const bool saved = dropped ? changed.saved : target.saved;
+    if (target.savedChanged || dropped)
         events_.PublishDrawer(&IDrawerEventHandler::HandleChangeToSave,
-                              IDrawerEventHandler::DrawerEventChangeToSave(target.saved ? "Saved" : "Changed",
-                                                                           target.name, target.saved ? 0 : 1));
+                              IDrawerEventHandler::DrawerEventChangeToSave(saved ? "Saved" : "Changed", target.name,
+                                                                           saved ? 0 : 1));
     changed.text = "History";
     changed.description = target.name;
     events_.PublishCore(&ICoreEventHandler::HandleStateChanged, changed);

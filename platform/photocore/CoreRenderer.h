@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,8 @@ public:
         virtual LoadInput GetLoadInput() const = 0;
         // The full frame is in the frames: the original and the current state have its size.
         virtual void OnFullFrame(const Conf::FrameInfo& info) = 0;
+        // A step could not be rendered: it leaves the history, as if it had never been asked for.
+        virtual void OnStepFailed(std::uint64_t stepId) = 0;
         // A render replaced the current frame with one of this size.
         virtual void OnRendered(const Conf::FrameInfo& info, const std::vector<EditStep>& steps) = 0;
         // The history's counts and saved state now, for the state-changed event.
@@ -71,7 +74,9 @@ public:
     // factory did, announces it (or the failure), then builds the reduced levels.
     void RunLoad(std::uint64_t jobId);
     // The render job `jobId`: applies the target's steps from the nearest frame that has some
-    // of them (or reuses the last preview of the last step) and announces the new frame.
+    // of them (or reuses the last preview of the last step) and announces the new frame. A step
+    // that fails is reported (one throw event naming the edit and the reason), taken out of the
+    // history through the host and left out of this render and of every later one.
     void RunRender(const Target& target, std::uint64_t jobId);
     void RunPreview(const std::shared_ptr<const Proc::SettingsBase>& settings);
     void RunCancelPreview();
@@ -96,6 +101,9 @@ private:
     CoreFrames& frames_;
     PreviewCache& preview_;
     CoreJobs& jobs_;
+
+    // Render thread only: steps that failed; renders queued before the failure still list them.
+    std::set<std::uint64_t> failedSteps_;
 
     mutable std::mutex statsMutex_; // guards the two below
     double lastRenderMs_ = 0.0;

@@ -29,6 +29,22 @@ bool EditHistory::Redo()
     return true;
 }
 
+bool EditHistory::Erase(std::uint64_t id)
+{
+    const auto found = std::find_if(steps_.begin(), steps_.end(), [id](const EditStep& step) { return step.id == id; });
+    if (found == steps_.end())
+        return false;
+    const int index = int(found - steps_.begin());
+    if (index < GetSourcePosition())
+        sourceStepId_ = kLostStep; // the file holds the erased step
+    steps_.erase(found);
+    if (index < position_)
+        --position_;
+    if (index < savedPosition_)
+        savedPosition_ = -1;
+    return true;
+}
+
 void EditHistory::Restore(const HistoryState& state)
 {
     steps_.clear();

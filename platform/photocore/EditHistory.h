@@ -36,6 +36,9 @@ public:
     // False when there is nothing to undo or redo.
     bool Undo();
     bool Redo();
+    // Takes the step out wherever it is, as if it had never been pushed (an edit that could not
+    // be rendered); a saved state that held it can no longer be reached. False when unknown.
+    bool Erase(std::uint64_t id);
     // Replaces the history; positions out of range are clamped (an unreachable saved state
     // becomes -1).
     void Restore(const HistoryState& state);

@@ -111,9 +111,31 @@ vips::VImage Load(const std::string& path, const ImageHeader& header, int shrink
     return vips::VImage::new_from_file(path.c_str(), options);
 }
 
+// Watches a libvips computation: reports its progress and stops it when asked to.
+struct EvalWatch {
+    const std::atomic<bool>* cancel = nullptr;
+    const std::function<void(double)>* progress = nullptr;
+};
+
+void OnEval(VipsImage* image, VipsProgress* state, gpointer data)
+{
+    const auto* watch = static_cast<const EvalWatch*>(data);
+    if (watch->progress && *watch->progress)
+        (*watch->progress)(double(state->percent) / 100.0);
+    if (watch->cancel && watch->cancel->load(std::memory_order_relaxed))
+        vips_image_set_kill(image, TRUE);
+}
+
+void CheckDeclaredSize(const ImageHeader& header, std::uint64_t pixelLimit)
+{
+    if (pixelLimit > 0 && header.Pixels() / ImageDecoder::kMaxTimesPixelLimit > pixelLimit)
+        throw Core::Exception("the image declares " + std::to_string(header.width) + "x" + std::to_string(header.height)
+                              + " pixels, far more than can be opened; it may be damaged or made to exhaust memory");
+}
+
 // Brings a loaded image to the working layout: sRGB, four bands, BGRA for 8 bits or RGBA
 // for 16, and copies it out as a frame (libvips' own buffer, wrapped without a copy).
-DataVideoPtr ToFrame(vips::VImage image, const ImageHeader& header, bool sixteen)
+DataVideoPtr ToFrame(vips::VImage image, const ImageHeader& header, bool sixteen, const EvalWatch& watch = {})
 {
     const double maxValue = sixteen ? 65535.0 : 255.0;
     if (header.foreignIcc) {
@@ -157,7 +179,21 @@ DataVideoPtr ToFrame(vips::VImage image, const ImageHeader& header, bool sixteen
     info.width = image.width();
     info.height = image.height();
     std::size_t size = 0;
-    void* pixels = image.write_to_memory(&size);
+    gulong handler = 0;
+    if (watch.cancel || (watch.progress && *watch.progress)) {
+        vips_image_set_progress(image.get_image(), TRUE);
+        handler = g_signal_connect(image.get_image(), "eval", G_CALLBACK(OnEval), const_cast<EvalWatch*>(&watch));
+    }
+    void* pixels = nullptr;
+    try {
+        pixels = image.write_to_memory(&size);
+    } catch (...) {
+        if (handler)
+            g_signal_handler_disconnect(image.get_image(), handler);
+        throw;
+    }
+    if (handler)
+        g_signal_handler_disconnect(image.get_image(), handler);
     const int fmt = sixteen ? Proc::PIX_FMT_RGBA64 : Proc::PIX_FMT_BGRA32;
     DataVideoPtr frame = Proc::WrapDataVideo(info, fmt, info.width * Proc::BytesPerPixel(fmt),
                                              static_cast<std::uint8_t*>(pixels), std::shared_ptr<void>(pixels, g_free));
@@ -199,7 +235,8 @@ DataVideoPtr FitUnderLimit(DataVideoPtr frame, std::uint64_t limit, bool* scaled
     return FrameOps::Resize(*frame, FitUnder(info, limit));
 }
 
-ImageDecoder::Result DecodeFullVips(const std::string& path, const ImageHeader& header, const DecodeOptions& options)
+ImageDecoder::Result DecodeFullVips(const std::string& path, const ImageHeader& header, const DecodeOptions& options,
+                                    const std::atomic<bool>* cancel)
 {
     ImageDecoder::Result result;
     const int shrink = HasShrinkOnLoad(header) ? ShrinkForLimit(header.Pixels(), options.pixelLimit) : 1;
@@ -214,7 +251,7 @@ ImageDecoder::Result DecodeFullVips(const std::string& path, const ImageHeader& 
                                  ->set("kernel", VIPS_KERNEL_LANCZOS3));
         result.scaledForMemory = true;
     }
-    result.frame = ToFrame(image, header, header.sixteenBit && options.allowSixteenBit);
+    result.frame = ToFrame(image, header, header.sixteenBit && options.allowSixteenBit, {cancel, &options.progress});
     result.frame = FitUnderLimit(result.frame, options.pixelLimit, &result.scaledForMemory);
     result.full = true;
     return result;
@@ -283,6 +320,7 @@ ImageHeader ImageDecoder::ReadHeader(const std::string& utf8Path)
 ImageDecoder::Result ImageDecoder::DecodePreview(const std::string& utf8Path, const ImageHeader& header,
                                                  const DecodeOptions& options)
 {
+    CheckDeclaredSize(header, options.pixelLimit);
     const Conf::FrameInfo upright = header.Upright();
     const int longSide = std::max(upright.width, upright.height);
     int shrink = 1;
@@ -312,18 +350,22 @@ ImageDecoder::Result ImageDecoder::DecodePreview(const std::string& utf8Path, co
 ImageDecoder::Result ImageDecoder::DecodeFull(const std::string& utf8Path, const ImageHeader& header,
                                               const DecodeOptions& options, const std::atomic<bool>* cancel)
 {
+    CheckDeclaredSize(header, options.pixelLimit);
     Result result;
     try {
         if (header.fastJpeg) {
             const int shrink = ShrinkForLimit(header.Pixels(), options.pixelLimit);
             result.scaledForMemory = shrink > 1;
-            result.frame = FitUnderLimit(JpegDecoder::Decode(utf8Path, shrink, cancel), options.pixelLimit,
+            result.frame = FitUnderLimit(JpegDecoder::Decode(utf8Path, shrink, cancel, options.progress),
+                                         options.pixelLimit,
                                          &result.scaledForMemory);
             result.full = true;
         } else {
-            result = DecodeFullVips(utf8Path, header, options);
+            result = DecodeFullVips(utf8Path, header, options, cancel);
         }
     } catch (const vips::VError& e) {
+        if (cancel && cancel->load())
+            throw Core::Exception("decoding was cancelled");
         throw Core::Exception(VipsMessage(e.what()));
     }
     if (cancel && cancel->load())

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <string>
 
 #include "proc/FrameInfo.h"
@@ -33,13 +34,16 @@ struct ImageHeader {
 struct DecodeOptions {
     std::uint64_t pixelLimit = 0; // 0: no limit
     bool allowSixteenBit = true;  // false: 16-bit sources are reduced to 8 bits
+    // Told the fraction done (0..1) while a full decode runs, on the decoding thread or one of
+    // libvips' workers; unset: not told.
+    std::function<void(double)> progress;
 };
 
 // Reads image files into upright frames in the core's working formats: PIX_FMT_BGRA32 for
 // 8-bit sources, PIX_FMT_RGBA64 for deeper ones (when allowed). Embedded colour profiles are
 // converted to sRGB. Everything throws Core::Exception with a reason a person can read (the
-// caller adds the file name). Stateless and thread-safe. Only JPEG decodes stop early when
-// cancelled; libvips decodes run to their end.
+// caller adds the file name). Stateless and thread-safe. A picture declaring far more pixels
+// than the limit allows (kMaxTimesPixelLimit) is refused before anything is decoded.
 class ImageDecoder {
 public:
     // Long side a preview should at least have: about a full-HD screen.
@@ -47,6 +51,11 @@ public:
     // Non-JPEG images up to this many pixels are decoded whole where a preview is asked for:
     // they take tens of milliseconds, and it reports damaged files at once.
     static constexpr std::uint64_t kSmallPicturePixels = 4'000'000;
+    // Pictures declaring more than this many times the pixel limit are refused unread: no
+    // decode-time reduction brings them under it (JPEG's 1/8 gives 64, but at sixteen times the
+    // limit the reduced decode alone is a large allocation), and a small file declaring that
+    // much is a decompression bomb.
+    static constexpr std::uint64_t kMaxTimesPixelLimit = 16;
 
     struct Result {
         Proc::DataVideoPtr frame;
@@ -63,7 +72,8 @@ public:
     static Result DecodePreview(const std::string& utf8Path, const ImageHeader& header, const DecodeOptions& options);
 
     // The full working frame, reduced by shrink-on-load when it has more pixels than the limit.
-    // Stops with an exception when `cancel` becomes true.
+    // Stops with an exception when `cancel` becomes true (libjpeg between rows, libvips between
+    // its work units); tells options.progress how far it got.
     static Result DecodeFull(const std::string& utf8Path, const ImageHeader& header, const DecodeOptions& options,
                              const std::atomic<bool>* cancel = nullptr);
 };

@@ -172,7 +172,8 @@ bool RunHeader(DecodeContext& ctx, bool* decodable)
     return true;
 }
 
-bool RunDecode(DecodeContext& ctx, int denominator, const std::atomic<bool>* cancel)
+bool RunDecode(DecodeContext& ctx, int denominator, const std::atomic<bool>* cancel,
+               const std::function<void(double)>& progress)
 {
     if (setjmp(ctx.err.jump))
         return false;
@@ -206,6 +207,8 @@ bool RunDecode(DecodeContext& ctx, int denominator, const std::atomic<bool>* can
         sinceCheck += int(read);
         if (sinceCheck >= kCancelCheckRows) {
             sinceCheck = 0;
+            if (progress)
+                progress(double(ctx.cinfo.output_scanline) / double(ctx.cinfo.output_height));
             if (cancel && cancel->load(std::memory_order_relaxed)) {
                 ctx.cancelled = true;
                 return false;
@@ -245,14 +248,15 @@ bool JpegDecoder::CanDecode(const std::string& utf8Path)
 }
 
 Proc::DataVideoPtr JpegDecoder::Decode(const std::string& utf8Path, int denominator,
-                                       const std::atomic<bool>* cancel)
+                                       const std::atomic<bool>* cancel,
+                                       const std::function<void(double)>& progress)
 {
     if (denominator != 1 && denominator != 2 && denominator != 4 && denominator != 8)
         throw Core::Exception("unsupported JPEG scale 1/" + std::to_string(denominator));
     auto file = OpenFile(utf8Path);
     auto ctx = std::make_unique<DecodeContext>();
     SetUp(*ctx, file.get());
-    const bool ok = RunDecode(*ctx, denominator, cancel);
+    const bool ok = RunDecode(*ctx, denominator, cancel, progress);
     jpeg_destroy_decompress(&ctx->cinfo);
     if (ctx->prefault.joinable())
         ctx->prefault.join();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <string>
 
 #include "proc/IDataVideo.h"
@@ -22,9 +23,11 @@ public:
     static bool CanDecode(const std::string& utf8Path);
 
     // Decodes at 1/denominator of the size (1, 2, 4 or 8). Throws Core::Exception with
-    // libjpeg's reason on any error, and when `cancel` becomes true between rows.
+    // libjpeg's reason on any error, and when `cancel` becomes true between rows. `progress`,
+    // when set, is told the fraction of rows done on the calling thread.
     static Proc::DataVideoPtr Decode(const std::string& utf8Path, int denominator,
-                                     const std::atomic<bool>* cancel = nullptr);
+                                     const std::atomic<bool>* cancel = nullptr,
+                                     const std::function<void(double)>& progress = {});
 };
 
 } // namespace Quelto::Lumindra::PhotoCore

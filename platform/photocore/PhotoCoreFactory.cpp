@@ -122,6 +122,8 @@ EditingCorePtr Assemble(const std::shared_ptr<CoreEngine>& engine, MetadataSetti
     engine->RegisterCoreEventHandler(options.coreEventHandler);
     engine->RegisterDrawerEventHandler(options.drawerEventHandler);
     EditingCorePtr core(new EditingCore(engine, std::move(metadata), std::move(save)));
+    if (options.progress)
+        engine->SetProgressController(options.progress);
     engine->PostLoad();
     if (options.waitForFullFrame) {
         std::string error;

@@ -26,6 +26,8 @@ struct CoreCreateOptions {
     // loading events too. Not owned; the caller unregisters them as usual.
     ICoreEventHandler* coreEventHandler = nullptr;
     IDrawerEventHandler* drawerEventHandler = nullptr;
+    // Set on the new core before its load starts, so that it hears the full decode's progress.
+    boost::intrusive_ptr<Core::IProgressController> progress;
 };
 
 // Makes editing cores. Every function throws PhotoCoreException with a message a person can

@@ -8,6 +8,7 @@
 #include <QHash>
 #include <QMetaMethod>
 #include <QMetaObject>
+#include <QThread>
 
 #include <glog/logging.h>
 
@@ -21,9 +22,15 @@ constexpr char kSlotCode = '1';
 
 enum class Side { Emitter, Receiver };
 
+// What the registry knows of a registered member, taken on the object's own thread when it
+// registered: a partner on another thread may be dying, its class no longer what it was.
 struct Member {
     QObject* object = nullptr;
     QByteArray signature; // normalised, with its code
+    QMetaMethod method;
+    const char* className = nullptr;
+
+    bool Is(const Member& other) const { return object == other.object && signature == other.signature; }
 };
 
 struct Link {
@@ -92,7 +99,8 @@ public:
                          << " needs the prefix 2 (signal)" << (side == Side::Receiver ? " or 1 (slot)" : "");
             return;
         }
-        if (!FindMethod(object, normalised).isValid()) {
+        const QMetaMethod method = FindMethod(object, normalised);
+        if (!method.isValid()) {
             LOG(WARNING) << "ObjectsConnector: " << ClassName(object) << " has no "
                          << (normalised.at(0) == kSignalCode ? "signal" : "slot") << " \"" << Text(signature)
                          << "\"; " << what << " for " << Text(id) << " ignored";
@@ -102,14 +110,11 @@ public:
         std::lock_guard<std::mutex> lock(mutex_);
         Wire& wire = wires_[id];
         std::vector<Member>& own = side == Side::Emitter ? wire.emitters : wire.receivers;
-        const bool known = std::any_of(own.begin(), own.end(), [&](const Member& m) {
-            return m.object == object && m.signature == normalised;
-        });
-        if (known)
+        const Member added {object, normalised, method, ClassName(object)};
+        if (std::any_of(own.begin(), own.end(), [&](const Member& m) { return m.Is(added); }))
             return;
         WatchLocked(object);
-        own.push_back({object, normalised});
-        const Member added {object, normalised};
+        own.push_back(added);
         if (side == Side::Emitter) {
             for (const Member& receiver : wire.receivers)
                 LinkLocked(id, wire, added, receiver);
@@ -173,7 +178,7 @@ public:
             return list;
         for (const std::vector<Member>* side : {&found->emitters, &found->receivers}) {
             for (const Member& m : *side)
-                list << QString::fromLatin1(ClassName(m.object)) + QLatin1Char(' ') + QString::fromUtf8(m.signature);
+                list << QString::fromLatin1(m.className) + QLatin1Char(' ') + QString::fromUtf8(m.signature);
         }
         list.sort();
         return list;
@@ -234,25 +239,56 @@ private:
 
     void LinkLocked(const QString& id, Wire& wire, const Member& emitter, const Member& receiver)
     {
-        const QMetaMethod signal = FindMethod(emitter.object, emitter.signature);
-        const QMetaMethod method = FindMethod(receiver.object, receiver.signature);
-        if (!QMetaObject::checkConnectArgs(signal, method)) {
-            LOG(WARNING) << "ObjectsConnector: arguments of " << ClassName(emitter.object) << "::"
-                         << emitter.signature.mid(1).constData() << " do not fit " << ClassName(receiver.object)
-                         << "::" << receiver.signature.mid(1).constData() << " under " << Text(id);
+        if (!QMetaObject::checkConnectArgs(emitter.method, receiver.method)) {
+            LOG(WARNING) << "ObjectsConnector: arguments of " << emitter.className << "::"
+                         << emitter.signature.mid(1).constData() << " do not fit " << receiver.className << "::"
+                         << receiver.signature.mid(1).constData() << " under " << Text(id);
             return;
         }
-        QMetaObject::Connection connection = QObject::connect(emitter.object, emitter.signature.constData(),
-                                                              receiver.object, receiver.signature.constData());
+        if (emitter.object->thread() == QThread::currentThread()) {
+            ConnectLocked(id, wire, emitter, receiver);
+            return;
+        }
+        // Connecting reads the emitter's class, which is only safe on the emitter's own thread:
+        // there it cannot be dying meanwhile. If it dies first, Qt drops the call with it.
+        QMetaObject::invokeMethod(
+            emitter.object, [this, id, emitter, receiver] { LinkPending(id, emitter, receiver); }, Qt::QueuedConnection);
+    }
+
+    // On the emitter's thread: links the pair if both are still registered and not yet linked.
+    void LinkPending(const QString& id, const Member& emitter, const Member& receiver)
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        auto found = wires_.find(id);
+        if (found == wires_.end())
+            return;
+        Wire& wire = found.value();
+        auto is = [](const Member& member) { return [&member](const Member& m) { return m.Is(member); }; };
+        const bool registered = std::any_of(wire.emitters.begin(), wire.emitters.end(), is(emitter))
+            && std::any_of(wire.receivers.begin(), wire.receivers.end(), is(receiver));
+        const bool linked = std::any_of(wire.links.begin(), wire.links.end(), [&](const Link& link) {
+            return link.emitter == emitter.object && link.emitterSignature == emitter.signature
+                && link.receiver == receiver.object && link.receiverSignature == receiver.signature;
+        });
+        if (registered && !linked)
+            ConnectLocked(id, wire, emitter, receiver);
+    }
+
+    // On the emitter's thread. Reads nothing of the receiver but what Qt keeps outside its class
+    // (its thread and connection lists), which stays valid until ~QObject has cut its links.
+    void ConnectLocked(const QString& id, Wire& wire, const Member& emitter, const Member& receiver)
+    {
+        QMetaObject::Connection connection = QMetaObject::connect(emitter.object, emitter.method.methodIndex(),
+                                                                  receiver.object, receiver.method.methodIndex());
         if (!connection) {
-            LOG(WARNING) << "ObjectsConnector: could not connect " << ClassName(emitter.object) << "::"
-                         << emitter.signature.mid(1).constData() << " to " << ClassName(receiver.object)
-                         << "::" << receiver.signature.mid(1).constData() << " under " << Text(id);
+            LOG(WARNING) << "ObjectsConnector: could not connect " << emitter.className << "::"
+                         << emitter.signature.mid(1).constData() << " to " << receiver.className << "::"
+                         << receiver.signature.mid(1).constData() << " under " << Text(id);
             return;
         }
         wire.links.push_back({emitter.object, emitter.signature, receiver.object, receiver.signature, connection});
-        VLOG(30) << "ObjectsConnector: " << Text(id) << ": " << ClassName(emitter.object) << "::"
-                 << emitter.signature.mid(1).constData() << " -> " << ClassName(receiver.object) << "::"
+        VLOG(30) << "ObjectsConnector: " << Text(id) << ": " << emitter.className << "::"
+                 << emitter.signature.mid(1).constData() << " -> " << receiver.className << "::"
                  << receiver.signature.mid(1).constData();
     }
 

@@ -24,6 +24,10 @@ namespace Quelto::Lumindra::Util {
 // automatic connection; queued arguments need registered metatypes). Every function may be
 // called from any thread; the registry is guarded by one process-wide mutex. An object must be
 // registered and destroyed on its own thread, as Qt requires for connecting and deleting.
+// A partner on another thread may be dying while an object registers (its death reaches the
+// registry only from inside ~QObject): a link is therefore made on the emitter's thread, at
+// once when that is the registering thread, else when the emitter's thread next runs its event
+// loop; an emitter that dies first takes the pending link with it.
 // `flag` is accepted for compatibility and does not change the behaviour.
 class ObjectsConnector {
 public:

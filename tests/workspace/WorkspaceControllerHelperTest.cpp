@@ -12,6 +12,7 @@
 #include "LumindraWorkspace/UI/CompareButton.h"
 #include "LumindraWorkspace/WorkspaceControllerHelper.h"
 #include "LumindraWorkspace/view/WorkspaceView.h"
+#include "FakeWindow.h"
 #include "ProviderFixture.h"
 #include "photocore/IToolsId.h"
 #include "photocore/StatisticsEventHandler.h"
@@ -25,23 +26,7 @@ using Handed = std::vector<std::shared_ptr<IWorkspaceController>>;
 using ModuleIds = Workspace::IObjectsConnectorID;
 using HostIds = LumindraInt::IObjectsConnectorID;
 
-class FakeWindow : public IWorkspaceWindow, public IWorkspaceControllerUser {
-public:
-    bool CanResetWorkspaceController() override
-    {
-        ++resetQuestions;
-        if (onResetQuestion) // runs once: the hook may re-enter the helper
-            std::exchange(onResetQuestion, nullptr)();
-        return allowReset;
-    }
-    IWorkspaceControllerUser& GetWorkspaceControllerUser() override { return *this; }
-    void SetWorkspaceController(const std::weak_ptr<IWorkspaceController>& c) override { handed.push_back(c.lock()); }
-
-    bool allowReset = true;
-    int resetQuestions = 0;
-    std::function<void()> onResetQuestion;
-    Handed handed;
-};
+using TS::FakeWindow;
 
 // "Class prefix+signature", the signature written as the host's interface writes it.
 QString Registration(const char* className, const char* signature)
@@ -55,10 +40,7 @@ class HelperTest : public TS::ProviderFixture {
 protected:
     void SetUp() override
     {
-        WorkspaceControllerHelper::Initializer init;
-        init.statistics = std::make_shared<StatisticsEventHandler>();
-        helper = std::make_unique<WorkspaceControllerHelper>(init);
-        helper->Initialize(&window);
+        helper = TS::MakeHelper(window);
         ASSERT_TRUE(OpenSync(Photo("first.jpg")));
         ASSERT_EQ(window.handed, Handed {helper->GetWorkspaceController()});
     }
@@ -156,6 +138,69 @@ TEST_F(HelperTest, OverlappingOpensOpenOnlyTheLastRequestAfterTheFirst)
     ASSERT_EQ(window.handed.size(), 3u) << "the replaced request must not be opened";
     EXPECT_EQ(window.handed[1]->GetOriginalFileName(), second);
     EXPECT_EQ(window.handed[2]->GetOriginalFileName(), third);
+}
+
+// Whatever becomes of the open in progress (it succeeds, fails, is refused, or something
+// escapes it), the latest request that arrived meanwhile is opened after it, and the next request
+// opens at once rather than waiting behind a guard left taken.
+TEST_F(HelperTest, TheLatestWaitingRequestIsOpenedWhateverBecameOfTheOpenBeforeIt)
+{
+    struct Case { const char* what; std::string first; std::function<void()> during; bool escapes; };
+    const std::vector<Case> cases = {
+        {"it opens", Photo("opens.jpg"), {}, false},
+        {"it cannot be opened", NotAnImage("broken.jpg"), {}, false},
+        {"the window refuses it", Photo("refused.jpg"), [&] { window.allowReset = false; }, false},
+        {"something escapes it", Photo("escapes.jpg"), [] { throw 42; }, true},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const QString name = QString::fromLatin1(c.what).replace(QLatin1Char(' '), QLatin1Char('-'));
+        const QString skipped = QString::fromStdString(Photo(name + QStringLiteral("-skipped.jpg")));
+        const QString latest = QString::fromStdString(Photo(name + QStringLiteral("-latest.jpg")));
+        const QString after = QString::fromStdString(Photo(name + QStringLiteral("-after.jpg")));
+        window.onResetQuestion = [&] {
+            helper->AddFileToOpen(skipped);
+            helper->AddFileToOpen(latest);
+            if (c.during)
+                c.during();
+        };
+        const std::size_t before = window.handed.size();
+        if (c.escapes)
+            EXPECT_ANY_THROW(helper->AddFileToOpen(QString::fromStdString(c.first)));
+        else
+            helper->AddFileToOpen(QString::fromStdString(c.first));
+        window.allowReset = true;
+        ASSERT_TRUE(TS::WaitUntil([&] {
+            return window.handed.size() > before && window.handed.back()
+                && window.handed.back()->GetOriginalFileName() == latest;
+        }));
+        QCoreApplication::processEvents();
+        for (std::size_t i = before; i < window.handed.size(); ++i)
+            EXPECT_TRUE(!window.handed[i] || window.handed[i]->GetOriginalFileName() != skipped);
+
+        const std::size_t opened = window.handed.size();
+        helper->AddFileToOpen(after);
+        ASSERT_EQ(window.handed.size(), opened + 1) << "the next request must open at once";
+        EXPECT_EQ(window.handed.back()->GetOriginalFileName(), after);
+    }
+}
+
+// Two hosts each have their own helper: one helper's open in progress does not defer the
+// other's request, nor take it over.
+TEST_F(HelperTest, AnOpenInOneHelperDoesNotHoldUpAnother)
+{
+    FakeWindow otherWindow;
+    const auto other = TS::MakeHelper(otherWindow);
+    const QString mine = QString::fromStdString(Photo("mine.jpg"));
+    const QString theirs = QString::fromStdString(Photo("theirs.jpg"));
+    window.onResetQuestion = [&] { other->AddFileToOpen(theirs); };
+
+    helper->AddFileToOpen(mine);
+    ASSERT_EQ(otherWindow.handed.size(), 1u) << "the other helper must open its file at once";
+    EXPECT_EQ(otherWindow.handed[0]->GetOriginalFileName(), theirs);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(window.handed.back()->GetOriginalFileName(), mine);
+    EXPECT_EQ(window.handed.size(), 2u) << "nor is the other's request opened here";
 }
 
 // The module's side of the objects connector as one table: for each identifier, exactly the

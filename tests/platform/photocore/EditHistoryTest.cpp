@@ -26,6 +26,7 @@ std::string Describe(const EditHistory& history)
 }
 
 // Requests: digits push a turn of that many quarters, 'u' undoes, 'r' redoes, 's' marks saved,
+// 'x' and a digit erase the step pushed that many pushes in (an edit that could not be rendered),
 // 'f' marks the source file replaced.
 EditHistory Play(const char* requests)
 {
@@ -39,6 +40,8 @@ EditHistory Play(const char* requests)
             history.MarkSaved();
         else if (*r == 'f')
             history.MarkSourceReplaced();
+        else if (*r == 'x' && r[1])
+            history.Erase(std::uint64_t(*++r - '0'));
         else
             history.Push(Turn(*r - '0'));
     }
@@ -67,6 +70,13 @@ TEST(EditHistory, RequestSequencesGiveTheExpectedStepsCountsAndSavedState)
         {"12su3uur", "1 undo 1 redo 1 changed"},
         {"12sus3uurr", "13 undo 2 redo 0 changed"},
         {"12suu3u", " undo 0 redo 1 changed"},     // the saved state was overwritten: unreachable
+        {"1x1", " undo 0 redo 0 saved"},           // as if the edit had never been asked for
+        {"12x2", "1 undo 1 redo 0 changed"},
+        {"12x1", "2 undo 1 redo 0 changed"},       // a later step stays, one position down
+        {"12ux2", "1 undo 1 redo 0 changed"},      // a redoable one goes from the redo side
+        {"1s2x2", "1 undo 1 redo 0 saved"},        // back at the saved state
+        {"12sx1", "2 undo 1 redo 0 changed"},      // the saved state held it: unreachable
+        {"1x2", "1 undo 1 redo 0 changed"},        // an unknown step: nothing changes
     };
     for (const Case& c : cases) {
         const EditHistory history = Play(c.requests);
@@ -90,6 +100,9 @@ TEST(EditHistory, TheStateTheSourceFileHoldsIsFollowedThroughTheHistory)
         {"1f2f", 2},
         {"1f2u3", 1},  // only the steps after the file's state were dropped
         {"f12", 0},    // replaced with the state as opened
+        {"12fx1", -1}, // a step the file holds was erased
+        {"12fx2", -1},
+        {"1f2x2", 1},  // a later one was
     };
     for (const Case& c : cases) {
         const EditHistory history = Play(c.requests);

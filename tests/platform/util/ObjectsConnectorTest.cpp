@@ -1,9 +1,11 @@
 #include <atomic>
+#include <future>
 #include <memory>
 #include <thread>
 #include <tuple>
 #include <vector>
 
+#include <QCoreApplication>
 #include <QObject>
 #include <QThread>
 
@@ -162,6 +164,49 @@ TEST(ObjectsConnectorThreads, WorkersRegisterEmitAndDieWhileTheMainReceiverLives
     EXPECT_EQ(listener.pingThread, QThread::currentThread());
     EXPECT_EQ(ObjectsConnector::emitterCount(id) + ObjectsConnector::receiverCount(id), 1);
     EXPECT_EQ(ObjectsConnector::connectionCount(id), 0);
+}
+
+// An object dies on its own thread while the main thread registers its partner: the partner
+// is held at the moment of the death that the registry cannot see yet (inside ~QObject, before
+// the registry hears of it). The registration links nothing that outlives the dead object, and
+// only the survivor is left.
+TEST(ObjectsConnectorThreads, RegisteringAgainstAnObjectDyingOnItsThreadLeavesOnlyTheSurvivor)
+{
+    struct Case { const char* what; bool deadEmits; };
+    for (const Case& c : {Case {"a receiver dies", false}, Case {"an emitter dies", true}}) {
+        SCOPED_TRACE(c.what);
+        const QString id = QStringLiteral("ObjectsConnectorTest.Dying.") + QString::fromLatin1(c.what);
+        std::promise<void> dying, registered;
+        std::thread partner([&] {
+            QObject* object = c.deadEmits ? static_cast<QObject*>(new ConnectorSender) : new ConnectorListener;
+            // Connected before the registry's own hook, so it runs first.
+            QObject::connect(object, &QObject::destroyed, [&] {
+                dying.set_value();
+                registered.get_future().wait();
+            });
+            if (c.deadEmits)
+                ObjectsConnector::registerEmitter(id, object, "2ping(int)");
+            else
+                ObjectsConnector::registerReceiver(id, object, "1OnPing(int)");
+            delete object;
+        });
+        dying.get_future().wait();
+        ConnectorSender sender;
+        ConnectorListener listener;
+        if (c.deadEmits)
+            ObjectsConnector::registerReceiver(id, &listener, "1OnPing(int)");
+        else
+            ObjectsConnector::registerEmitter(id, &sender, "2ping(int)");
+        registered.set_value();
+        partner.join();
+
+        emit sender.ping(1);
+        QCoreApplication::processEvents();
+        EXPECT_TRUE(listener.pings.empty());
+        EXPECT_EQ(ObjectsConnector::emitterCount(id) + ObjectsConnector::receiverCount(id), 1);
+        EXPECT_EQ(ObjectsConnector::connectionCount(id), 0);
+        EXPECT_EQ(ObjectsConnector::registrations(id).size(), 1);
+    }
 }
 
 } // namespace
