@@ -69,9 +69,15 @@ QString SessionListKey()
     return PhotoUtil::Settings::Name(PhotoCore::Settings::SESSION, PhotoCore::Settings::ID_LIST);
 }
 
+// A folder as the store compares it: absolute and clean, without a trailing separator.
+QString FolderKey(const QString& folder)
+{
+    return QDir::cleanPath(QFileInfo(folder).absoluteFilePath());
+}
+
 } // namespace
 
-SessionStore::SessionStore(bool sessionMode) : sessionMode_(sessionMode)
+SessionStore::SessionStore(bool sessionMode) : sessionMode_(sessionMode), keepDumps_(sessionMode)
 {
     if (sessionMode_)
         RestoreDumpedList();
@@ -80,6 +86,50 @@ SessionStore::SessionStore(bool sessionMode) : sessionMode_(sessionMode)
 SessionStore::~SessionStore()
 {
     ReleaseLockFile();
+    RemoveFoldersOfThisRun();
+}
+
+void SessionStore::Track(const ioPath& sessionFolder)
+{
+    if (sessionFolder.empty())
+        return;
+    const std::string folder = FolderKey(QString::fromStdString(sessionFolder.utf8string())).toStdString();
+    std::lock_guard<std::mutex> lock(mutex_);
+    trackedFolders_.insert(folder);
+}
+
+void SessionStore::KeepNothingAfterRun()
+{
+    std::lock_guard<std::mutex> lock(mutex_);
+    keepDumps_ = false;
+}
+
+void SessionStore::RemoveFoldersOfThisRun()
+{
+    std::set<QString> remove;
+    bool forgetList = false;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        std::set<QString> dumped;
+        for (const auto& [name, folder] : dumpFolders_)
+            dumped.insert(FolderKey(QString::fromStdString(Util::GetTempDirPath() + folder)));
+        for (const std::string& folder : trackedFolders_)
+            if (!keepDumps_ || dumped.count(QString::fromStdString(folder)) == 0)
+                remove.insert(QString::fromStdString(folder));
+        if (!keepDumps_) {
+            remove.insert(dumped.begin(), dumped.end());
+            forgetList = sessionMode_ && !dumpFolders_.empty();
+            dumpedNames_.clear();
+            dumpFolders_.clear();
+        }
+    }
+    for (const QString& folder : remove) {
+        if (!QDir(folder).removeRecursively())
+            LOG(WARNING) << "Cannot remove the session folder " << folder.toStdString();
+    }
+    if (forgetList)
+        SaveDumpedList();
+    VLOG(30) << "Session folders removed: " << remove.size();
 }
 
 void SessionStore::BeginWriteOut(const std::string& name)

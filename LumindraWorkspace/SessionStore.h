@@ -27,6 +27,11 @@ namespace Quelto::Lumindra {
 // Without session mode nothing is restored or saved, and evicted cores are never written out;
 // a push still writes the pushed core out so that it comes back with its edits.
 //
+// The session folders of the cores built in this run (Track) are removed when the store is
+// destroyed - which a run that crashes never gets to, so its folders stay for recovery. Dumped
+// folders stay for the next run in session mode, unless the host keeps nothing after a run
+// (KeepNothingAfterRun).
+//
 // A write-out that fails loses nothing by itself: the caller gets the core back to keep in
 // memory, before anyone waiting for the name is let go.
 //
@@ -49,7 +54,8 @@ public:
     // In session mode the dumped names of the saved session are restored (items whose folder is
     // gone are skipped; an unreadable list starts empty).
     explicit SessionStore(bool sessionMode);
-    // Removes the lock file.
+    // Removes the lock file and the folders of this run (see above). Call once no core of this
+    // run is alive any more: a core would write into its folder again.
     ~SessionStore() override;
     SessionStore(const SessionStore&) = delete;
     SessionStore& operator=(const SessionStore&) = delete;
@@ -81,6 +87,12 @@ public:
     // next build of `name` restores it. Saves the list.
     void AdoptDump(const std::string& name, const std::string& folderName);
 
+    // A core of this run uses `sessionFolder`; it goes when the store does unless it is dumped.
+    void Track(const ioPath& sessionFolder);
+    // In session mode too, the dumped folders and the saved list of them go when the store does:
+    // a run that ends cleanly leaves nothing in the temporary directory.
+    void KeepNothingAfterRun();
+
     // Marks the open core's session folder as in use with a lock file (the previous lock file is
     // removed). A folder that cannot hold it is logged and otherwise ignored.
     void LockCurrent(const ioPath& sessionFolder);
@@ -97,13 +109,17 @@ public:
 private:
     void SaveDumpedList() const;
     void RestoreDumpedList();
+    void RemoveFoldersOfThisRun();
 
     const bool sessionMode_;
     std::vector<std::string> dumpedNames_;
     std::map<std::string, std::string> dumpFolders_;
     std::multiset<std::string> writingOut_; // names between BeginWriteOut and the end of WriteOut
+    std::set<std::string> trackedFolders_;  // absolute, without a trailing separator
+    bool keepDumps_;
     std::unique_ptr<QFile> lockFile_;
-    // Guards dumpedNames_, dumpFolders_, writingOut_ and lockFile_; never held during I/O. Taken
+    // Guards dumpedNames_, dumpFolders_, writingOut_, trackedFolders_, keepDumps_ and lockFile_;
+    // never held during I/O. Taken
     // after the cache's entries mutex when both are held.
     mutable std::mutex mutex_;
     mutable std::condition_variable writtenOut_; // signalled with mutex_ when writingOut_ shrinks

@@ -239,6 +239,7 @@ PhotoCorePtr WorkspaceControllerProvider::CreateCoreImpl(const ioPath& path, std
     }
     if (!core)
         throw PhotoCore::PhotoCoreException("The editing core could not be created for " + path.utf8string());
+    cache_->GetSessionStore().Track(core->GetIOEngine().GetSessionFolder());
     VLOG(30) << "Temporary folder:" << core->GetIOEngine().GetSessionFolder().utf8string();
     return core;
 }

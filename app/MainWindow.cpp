@@ -92,6 +92,8 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
     // The provider's worker preloads the neighbours that the folder stepping asks for.
     init.providerFlag = true;
     helper_ = new WorkspaceControllerHelper(init);
+    // What recovery needs stays only when the editor does not end cleanly.
+    helper_->GetProvider().GetCache().GetSessionStore().KeepNothingAfterRun();
 
     view_ = new WorkspaceView(this);
     setCentralWidget(view_);

@@ -413,6 +413,12 @@ std::uint64_t CoreEngine::GetMemorySize() const
     return total;
 }
 
+void CoreEngine::MarkSourceReplaced()
+{
+    std::lock_guard<std::mutex> lock(historyMutex_);
+    history_.MarkSourceReplaced();
+}
+
 void CoreEngine::MarkSaved(const std::string& utf8Name)
 {
     ICoreEventHandler::CoreEventStateChanged changed;

@@ -128,6 +128,9 @@ public:
     std::pair<std::uint64_t, std::int64_t> GetFileBaseline() const;
     // Records a successful save to `utf8Name`: the current state becomes the saved one.
     void MarkSaved(const std::string& utf8Name);
+    // Records that a save replaced the source file with the current state and its original
+    // could not be kept: a restore starts from the file as it is now.
+    void MarkSourceReplaced();
 
     // The full working frame of the current state (waits for pending renders). Null when the
     // picture could not be loaded.

@@ -91,6 +91,38 @@ QString WhyNotWritable(const QFileInfo& target)
     return QString();
 }
 
+// Keeps the source file as the core read it in the session folder, before a save replaces it,
+// so that a restore of the session starts from it and can undo past the save. True when it is
+// kept (now or by an earlier save). Render thread.
+bool KeepOriginal(CoreEngine& engine)
+{
+    const std::string source = engine.GetSource().path.utf8string();
+    try {
+        const QString kept =
+            FromUtf8((engine.EnsureSessionFolder() / CoreSessionState::OriginalFileName(source)).utf8string());
+        if (QFileInfo(kept).isFile())
+            return true;
+        // Only the bytes that were read are the original: not those of a file changed since,
+        // nor those of an earlier save that could not keep it.
+        const QFileInfo current(FromUtf8(source));
+        const auto [size, modified] = engine.GetFileBaseline();
+        if (engine.GetHistoryState().sourcePosition != 0 || std::uint64_t(current.size()) != size
+            || current.lastModified().toMSecsSinceEpoch() != modified)
+            throw PhotoCoreException("the file is no longer the one that was read");
+        const QString part = kept + QStringLiteral(".part");
+        QFile::remove(part);
+        if (!QFile::copy(FromUtf8(source), part) || std::rename(ToUtf8(part).c_str(), ToUtf8(kept).c_str()) != 0) {
+            QFile::remove(part);
+            throw PhotoCoreException("it cannot be copied to " + ToUtf8(kept));
+        }
+        return true;
+    } catch (const std::exception& e) {
+        LOG(WARNING) << "The original of " << source << " is not kept (" << e.what()
+                     << "); a restored session starts from the saved file";
+        return false;
+    }
+}
+
 } // namespace
 
 CoreIO::CoreIO(std::shared_ptr<CoreEngine> engine, MetadataSettings metadata, SettingsSave saveSettings,
@@ -172,8 +204,12 @@ std::uint64_t CoreIO::StartSave(const SettingsSave& settings)
                                          + QStringLiteral(".part"));
     const std::shared_ptr<CoreEngine> engine = engine_;
     const PhotoUtil::FormatSettingsList formatSettings = settings.GetFormatSettings();
+    const boost::intrusive_ptr<PhotoUtil::ISerializer> serializer = serializer_;
     return engine_->StartJob(ICoreEventHandler::CoreEventJobDone::JOB_SAVE, target, [=]() mutable {
         CoreJobs::Outcome outcome;
+        const std::string& source = engine->GetSource().path.utf8string();
+        const bool replacesSource = !source.empty() && QFileInfo(FromUtf8(source)) == QFileInfo(FromUtf8(target));
+        bool originalKept = true;
         try {
             // On the render thread, after the renders asked for before the save.
             Proc::DataVideoPtr frame = engine->GetWorkingFrame();
@@ -187,6 +223,8 @@ std::uint64_t CoreIO::StartSave(const SettingsSave& settings)
                 metadata.GetMetadata().WriteToFile(temporary);
             if (QFileInfo::exists(FromUtf8(target)))
                 QFile::setPermissions(FromUtf8(temporary), QFile::permissions(FromUtf8(target)));
+            if (replacesSource)
+                originalKept = KeepOriginal(*engine);
             if (std::rename(temporary.c_str(), target.c_str()) != 0)
                 throw PhotoCoreException(
                     ToUtf8(Tr(QT_TRANSLATE_NOOP("PhotoCore", "the file cannot be replaced: %1"))
@@ -202,12 +240,17 @@ std::uint64_t CoreIO::StartSave(const SettingsSave& settings)
             outcome.reason = e.what();
             return outcome;
         }
+        if (replacesSource && !originalKept)
+            engine->MarkSourceReplaced();
         engine->MarkSaved(target);
-        const std::string& source = engine->GetSource().path.utf8string();
-        if (!source.empty() && QFileInfo(FromUtf8(source)) == QFileInfo(FromUtf8(target))) {
+        if (replacesSource) {
             const QFileInfo written(FromUtf8(target)); // the core wrote it: not a change from outside
             engine->SetFileBaseline(std::uint64_t(written.size()), written.lastModified().toMSecsSinceEpoch());
         }
+        // A session already written out would otherwise describe the file as it was until the
+        // next autosave; a run that ends before it must still restore what the file now holds.
+        if (QFileInfo::exists(FromUtf8((engine->GetSessionFolder() / CoreSessionState::kStateFile).utf8string())))
+            serializer->WriteOut();
         if (progress)
             progress->End();
         VLOG(30) << "Saved " << target << " as " << codec;

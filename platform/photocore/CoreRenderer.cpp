@@ -68,7 +68,7 @@ void CoreRenderer::RunLoad(std::uint64_t jobId)
             options.allowSixteenBit = input.allowSixteenBit;
             if (progress)
                 options.progress = [progress](double fraction) { progress->SetProgress(fraction); };
-            const ImageDecoder::Result full = ImageDecoder::DecodeFull(source_.path.utf8string(), source_.header,
+            const ImageDecoder::Result full = ImageDecoder::DecodeFull(source_.GetPixelFile().utf8string(), source_.header,
                                                                        options, &events_.GetClosedFlag());
             working = full.frame;
             scaled = full.scaledForMemory;

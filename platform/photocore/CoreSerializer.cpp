@@ -65,8 +65,11 @@ bool CoreSerializer::WriteOut()
         state.fileSize = size;
         state.fileModifiedMs = modified;
         state.history = engine->GetHistoryState();
-
-        if (source.path.empty()) {
+        if (!source.path.empty()) {
+            const std::string original = CoreSessionState::OriginalFileName(state.sourcePath);
+            if (QFileInfo(FromUtf8((folder / original).utf8string())).isFile())
+                state.originalFile = original;
+        } else {
             // The picture exists nowhere else; it never changes, so once written it stays.
             const ioPath picture = folder / CoreSessionState::kPictureFile;
             if (!QFileInfo::exists(FromUtf8(picture.utf8string()))) {

@@ -1,5 +1,7 @@
 #include "photocore/CoreSessionState.h"
 
+#include <QFileInfo>
+
 #include <boost/property_tree/ptree.hpp>
 
 #include "core/Exception.h"
@@ -19,8 +21,10 @@ void CoreSessionState::Serialize(pt::ptree& out) const
     out.put("fileName", fileName);
     out.put("fileSize", fileSize);
     out.put("fileModified", fileModifiedMs);
+    out.put("original", originalFile);
     out.put("position", history.position);
     out.put("savedPosition", history.savedPosition);
+    out.put("sourcePosition", history.sourcePosition);
     pt::ptree steps;
     for (const auto& settings : history.steps)
         steps.push_back({"", SettingsCodec::ToTree(*settings)});
@@ -40,9 +44,11 @@ void CoreSessionState::Deserialize(const pt::ptree& in)
         fileName = in.get<std::string>("fileName", "");
         fileSize = in.get<std::uint64_t>("fileSize", 0);
         fileModifiedMs = in.get<std::int64_t>("fileModified", 0);
+        originalFile = in.get<std::string>("original", "");
         history = HistoryState {};
         history.position = in.get<int>("position", 0);
         history.savedPosition = in.get<int>("savedPosition", 0);
+        history.sourcePosition = in.get<int>("sourcePosition", 0);
         if (const auto steps = in.get_child_optional("history"))
             for (const auto& step : *steps)
                 history.steps.push_back(std::shared_ptr<const Proc::SettingsBase>(SettingsCodec::FromTree(step.second)));
@@ -53,6 +59,16 @@ void CoreSessionState::Deserialize(const pt::ptree& in)
         throw Core::Exception("The session state has no session id");
     if (history.position < 0 || history.position > int(history.steps.size()))
         throw Core::Exception("The session state's history position is out of range");
+    if (history.sourcePosition > int(history.steps.size()))
+        throw Core::Exception("The session state's source position is out of range");
+    if (originalFile.find('/') != std::string::npos || originalFile == "." || originalFile == "..")
+        throw Core::Exception("The session state names an original outside its folder");
+}
+
+std::string CoreSessionState::OriginalFileName(const std::string& sourcePath)
+{
+    const std::string suffix = QFileInfo(QString::fromUtf8(sourcePath.data(), int(sourcePath.size()))).suffix().toStdString();
+    return suffix.empty() ? std::string("original") : "original." + suffix;
 }
 
 } // namespace Quelto::Lumindra::PhotoCore

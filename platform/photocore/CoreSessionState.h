@@ -29,7 +29,13 @@ public:
     std::string fileName;   // the file last saved to or opened
     std::uint64_t fileSize = 0;
     std::int64_t fileModifiedMs = 0;
+    // The source file as the core read it, kept in the session folder (its name there) once a
+    // save replaced the file; empty while the file still holds it.
+    std::string originalFile;
     HistoryState history;
+
+    // The name the original of `sourcePath` is kept under in the session folder.
+    static std::string OriginalFileName(const std::string& sourcePath);
 
     void Serialize(boost::property_tree::ptree& out) const override;
     void Deserialize(const boost::property_tree::ptree& in) override;

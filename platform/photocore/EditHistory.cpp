@@ -35,6 +35,8 @@ bool EditHistory::Erase(std::uint64_t id)
     if (found == steps_.end())
         return false;
     const int index = int(found - steps_.begin());
+    if (index < GetSourcePosition())
+        sourceStepId_ = kLostStep; // the file holds the erased step
     steps_.erase(found);
     if (index < position_)
         --position_;
@@ -50,6 +52,20 @@ void EditHistory::Restore(const HistoryState& state)
         steps_.push_back({nextId_++, settings});
     position_ = std::clamp(state.position, 0, int(steps_.size()));
     savedPosition_ = state.savedPosition >= 0 && state.savedPosition <= int(steps_.size()) ? state.savedPosition : -1;
+    if (state.sourcePosition > 0 && state.sourcePosition <= int(steps_.size()))
+        sourceStepId_ = steps_[std::size_t(state.sourcePosition - 1)].id;
+    else
+        sourceStepId_ = state.sourcePosition == 0 ? 0 : kLostStep;
+}
+
+int EditHistory::GetSourcePosition() const
+{
+    if (sourceStepId_ == 0)
+        return 0;
+    for (std::size_t i = 0; i < steps_.size(); ++i)
+        if (steps_[i].id == sourceStepId_)
+            return int(i) + 1;
+    return -1;
 }
 
 HistoryState EditHistory::GetState() const
@@ -59,6 +75,7 @@ HistoryState EditHistory::GetState() const
         state.steps.push_back(step.settings);
     state.position = position_;
     state.savedPosition = savedPosition_;
+    state.sourcePosition = GetSourcePosition();
     return state;
 }
 

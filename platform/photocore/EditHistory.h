@@ -21,6 +21,9 @@ struct HistoryState {
     std::vector<std::shared_ptr<const Proc::SettingsBase>> steps; // applied and redoable, oldest first
     int position = 0;      // steps applied
     int savedPosition = 0; // position of the saved state; -1 when it can no longer be reached
+    // Position of the state the source file holds (a save may have replaced it and its original
+    // could not be kept); -1 when it can no longer be reached.
+    int sourcePosition = 0;
 };
 
 // The undo/redo history of one picture and which of its states is saved. A plain value: no
@@ -55,12 +58,21 @@ public:
     bool IsEmpty() const { return steps_.empty(); }
     bool IsSaved() const { return position_ == savedPosition_; }
     void MarkSaved() { savedPosition_ = position_; }
+    // A save replaced the source file with the current state.
+    void MarkSourceReplaced() { sourceStepId_ = position_ > 0 ? steps_[std::size_t(position_ - 1)].id : 0; }
+    // The position of the state the source file holds; -1 when that state was dropped.
+    int GetSourcePosition() const;
 
 private:
+    static constexpr std::uint64_t kLostStep = ~std::uint64_t(0);
+
     std::vector<EditStep> steps_;
     int position_ = 0;
     int savedPosition_ = 0;
     std::uint64_t nextId_ = 1;
+    // The last step applied in the state the source file holds (0: the file as opened). A step
+    // id rather than a position, so that dropping the steps after it needs no bookkeeping.
+    std::uint64_t sourceStepId_ = 0;
 };
 
 } // namespace Quelto::Lumindra::PhotoCore

@@ -81,11 +81,13 @@ QFileInfo CheckFile(const std::string& path)
     return info;
 }
 
-MetadataSettings ReadMetadata(const std::string& path, const std::string& codec, const QFileInfo& info)
+// `readFrom` is where the bytes are (the file itself, or its kept original), `path` the file.
+MetadataSettings ReadMetadata(const std::string& path, const std::string& readFrom, const std::string& codec,
+                              const QFileInfo& info)
 {
     MetadataSettings settings;
     try {
-        settings.SetMetadata(Proc::ReadImageMetadata(path));
+        settings.SetMetadata(Proc::ReadImageMetadata(readFrom));
     } catch (const std::exception& e) {
         LOG(WARNING) << "Metadata of " << path << " cannot be read and is left out: " << e.what();
     }
@@ -131,21 +133,23 @@ EditingCorePtr Assemble(const std::shared_ptr<CoreEngine>& engine, MetadataSetti
     return core;
 }
 
-EditingCorePtr CreateFromFile(const ioPath& path, const std::string& key, const CoreCreateOptions& options,
-                              const std::string& sessionId)
+// `pixelFile`: where the picture is read from when not from `path` (its kept original).
+EditingCorePtr CreateFromFile(const ioPath& path, const ioPath& pixelFile, const std::string& key,
+                              const CoreCreateOptions& options, const std::string& sessionId)
 {
     const auto start = Clock::now();
     const std::string utf8 = path.utf8string();
-    VLOG(30) << "Opening " << utf8 << (options.fresh ? "" : " anew");
-    const QFileInfo info = CheckFile(utf8);
+    const std::string readFrom = pixelFile.empty() ? utf8 : pixelFile.utf8string();
+    VLOG(30) << "Opening " << utf8 << (options.fresh ? "" : " anew") << (pixelFile.empty() ? "" : " from " + readFrom);
+    const QFileInfo info = CheckFile(readFrom);
     ImageHeader header;
     ImageDecoder::Result first;
     try {
-        header = ImageDecoder::ReadHeader(utf8);
+        header = ImageDecoder::ReadHeader(readFrom);
         if (!options.waitForFullFrame) {
             DecodeOptions decode;
             decode.pixelLimit = options.pixelLimit;
-            first = ImageDecoder::DecodePreview(utf8, header, decode);
+            first = ImageDecoder::DecodePreview(readFrom, header, decode);
         }
     } catch (const std::exception& e) {
         throw OpenError(utf8, e.what());
@@ -153,12 +157,13 @@ EditingCorePtr CreateFromFile(const ioPath& path, const std::string& key, const 
 
     CoreSource source;
     source.path = path;
+    source.pixelFile = pixelFile;
     source.key = key;
     source.source = ImageSourceFile;
     source.header = header;
     source.fileSize = std::uint64_t(info.size());
     source.fileModifiedMs = info.lastModified().toMSecsSinceEpoch();
-    MetadataSettings metadata = ReadMetadata(utf8, header.codec, info);
+    MetadataSettings metadata = ReadMetadata(utf8, readFrom, header.codec, info);
     SettingsSave save = MakeSaveSettings(utf8, ToUtf8(info.suffix().toLower()), header.codec, metadata);
 
     auto engine = std::make_shared<CoreEngine>(std::move(source), sessionId, options.pixelLimit);
@@ -199,11 +204,28 @@ EditingCorePtr CreateFromFrame(Proc::DataVideoPtr frame, bool hasAlpha, double d
     return core;
 }
 
+// The history of a picture whose file a save replaced without keeping its original, made to
+// start from what the file holds now: the steps the file holds are dropped, and what undoing
+// them would give is lost. Left as it is when that state is no longer in the history.
+HistoryState StartingFromTheFile(const HistoryState& history)
+{
+    const int held = history.sourcePosition;
+    if (held <= 0 || held > int(history.steps.size()) || history.position < held)
+        return history;
+    HistoryState rebased;
+    rebased.steps.assign(history.steps.begin() + held, history.steps.end());
+    rebased.position = history.position - held;
+    rebased.savedPosition = history.savedPosition >= held ? history.savedPosition - held : -1;
+    rebased.sourcePosition = 0;
+    LOG(WARNING) << "The original of the picture was not kept: " << held << " edits cannot be undone any more";
+    return rebased;
+}
+
 } // namespace
 
 PhotoCorePtr PhotoCoreFactory::Create(const ioPath& path, const std::string& key, const CoreCreateOptions& options)
 {
-    return CreateFromFile(path, key, options, NewSessionId());
+    return CreateFromFile(path, ioPath(), key, options, NewSessionId());
 }
 
 PhotoCorePtr PhotoCoreFactory::Create(const QImage& image, ImageSource source, const CoreCreateOptions& options)
@@ -238,7 +260,18 @@ PhotoCorePtr PhotoCoreFactory::Restore(const ioPath& folder, const CoreCreateOpt
 
     EditingCorePtr core;
     if (!state.sourcePath.empty()) {
-        core = CreateFromFile(ioPath(state.sourcePath), state.key, options, state.sessionId);
+        ioPath pixelFile;
+        if (!state.originalFile.empty()) {
+            pixelFile = folder / state.originalFile;
+            if (!QFileInfo(FromUtf8(pixelFile.utf8string())).isFile())
+                throw fail("the original of its picture, kept when a save replaced the file, is missing");
+        } else if (state.history.sourcePosition != 0) {
+            state.history = StartingFromTheFile(state.history);
+            if (state.history.sourcePosition != 0)
+                throw fail("a save replaced its file without keeping the original, and the picture on screen cannot be "
+                           "rebuilt from what the file holds now");
+        }
+        core = CreateFromFile(ioPath(state.sourcePath), pixelFile, state.key, options, state.sessionId);
         core->GetEngine().SetFileBaseline(state.fileSize, state.fileModifiedMs);
     } else {
         const std::string picture = (folder / CoreSessionState::kPictureFile).utf8string();

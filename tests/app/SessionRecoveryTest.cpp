@@ -2,7 +2,8 @@
 // real key input: it opens a large photo, is edited, autosaves (its interval shortened through
 // the settings store), and is killed with SIGKILL. Started again, it offers the session; Enter
 // restores it. The restored picture, written out through Save As, must hold the edited pixels,
-// and its history must undo to the picture before the last edit.
+// and its history must undo to the picture before the last edit - past a save over the photo's
+// own file too. A run that ends cleanly leaves nothing in the temporary folder.
 
 #include <optional>
 
@@ -136,6 +137,27 @@ protected:
         return QImage(path).convertToFormat(QImage::Format_RGB32);
     }
     QString Temp() const { return sandbox_.FilePath("tmp"); }
+    // A large photo made from a real one, in the sandbox; `original` gets its decode, which is
+    // what a restore must start from.
+    QString MakePhoto(QImage& original)
+    {
+        const QString photo = sandbox_.FilePath("photo.jpg");
+        const QImage source(Support::TestDataPath("exif-samples/jpg/gps/DSCN0010.jpg"));
+        EXPECT_FALSE(source.isNull());
+        EXPECT_TRUE(source.scaled(4000, 3000, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).save(photo, "JPEG", 92));
+        original = QImage(photo).convertToFormat(QImage::Format_RGB32);
+        return photo;
+    }
+    void KillEditor()
+    {
+        editor_.kill(); // SIGKILL: nothing of the editor runs after it
+        ASSERT_TRUE(editor_.waitForFinished());
+        ASSERT_EQ(editor_.exitStatus(), QProcess::CrashExit);
+    }
+    QStringList TempEntries() const
+    {
+        return QDir(Temp()).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot);
+    }
     // The session folder that holds an autosave with `applied` of `steps` edits; empty if none.
     QString AutosavedSession(int applied, int steps) const
     {
@@ -159,12 +181,8 @@ protected:
 
 TEST_F(SessionRecovery, AKilledEditorRestoresTheEditedPictureWithItsHistory)
 {
-    // A large photo from a real one; its decode is what the restore must reproduce.
-    const QString photo = sandbox_.FilePath("photo.jpg");
-    const QImage source(Support::TestDataPath("exif-samples/jpg/gps/DSCN0010.jpg"));
-    ASSERT_FALSE(source.isNull());
-    ASSERT_TRUE(source.scaled(4000, 3000, Qt::IgnoreAspectRatio, Qt::SmoothTransformation).save(photo, "JPEG", 92));
-    const QImage original = QImage(photo).convertToFormat(QImage::Format_RGB32);
+    QImage original;
+    const QString photo = MakePhoto(original);
     const QImage rotated = original.transformed(QTransform().rotate(90)); // Rotate Right
     const QImage edited = rotated.mirrored(true, false);                  // then Flip Horizontally
 
@@ -174,9 +192,7 @@ TEST_F(SessionRecovery, AKilledEditorRestoresTheEditedPictureWithItsHistory)
     QString folder;
     ASSERT_TRUE(Support::WaitUntil([&] { return !(folder = AutosavedSession(2, 3)).isEmpty(); }, kWaitMs))
         << "no autosave of the edits";
-    editor_.kill(); // SIGKILL: nothing of the editor runs after it
-    ASSERT_TRUE(editor_.waitForFinished());
-    ASSERT_EQ(editor_.exitStatus(), QProcess::CrashExit);
+    KillEditor();
     ASSERT_TRUE(QFileInfo::exists(QDir(folder).filePath("workspace.lock")));
 
     StartEditor(photo);
@@ -194,6 +210,53 @@ TEST_F(SessionRecovery, AKilledEditorRestoresTheEditedPictureWithItsHistory)
     const QImage undone = SaveAs(sandbox_.FilePath("undone.png"));
     ASSERT_EQ(undone.size(), rotated.size());
     EXPECT_GT(Support::Psnr(undone, rotated), 40.0);
+}
+
+// Save (Ctrl+S) writes the rotated picture over the photo itself; a flip follows, then the kill.
+// The restore must not rotate the saved file once more, its title must know the file holds the
+// rotation, and undoing past the save must give the photo as it was first opened. Quitting then
+// leaves nothing behind in the temporary folder.
+TEST_F(SessionRecovery, ASaveOverThePhotoBeforeTheKillIsRestoredOnceAndUndoesToTheOriginal)
+{
+    QImage original;
+    const QString photo = MakePhoto(original);
+    const QImage rotated = original.transformed(QTransform().rotate(90));
+    const QImage edited = rotated.mirrored(true, false);
+
+    StartEditor(photo);
+    ASSERT_TRUE(KeysTo("^photo\\.jpg", {"ctrl+r", "ctrl+s"}));
+    ASSERT_TRUE(Support::WaitUntil([&] { return QImage(photo).size() == rotated.size(); }, kWaitMs))
+        << "the rotation was not saved over the photo";
+    ASSERT_FALSE(FindWindow("^photo\\.jpg –").isEmpty()) << "saved: no asterisk";
+    ASSERT_TRUE(KeysTo("^photo\\.jpg", {"ctrl+h"}));
+    QString folder;
+    ASSERT_TRUE(Support::WaitUntil([&] { return !(folder = AutosavedSession(2, 2)).isEmpty(); }, kWaitMs))
+        << "no autosave of the edits";
+    KillEditor();
+
+    StartEditor(photo);
+    ASSERT_TRUE(KeysTo("^Restore Session", {"Return"}));
+    ASSERT_FALSE(FindWindow("^photo\\.jpg\\*").isEmpty()) << "the flip is not saved";
+    // One undo reaches the saved state: the file holds it.
+    ASSERT_TRUE(KeysTo("Lumindra$", {"ctrl+z"}));
+    EXPECT_FALSE(FindWindow("^photo\\.jpg –").isEmpty()) << "the saved state has no asterisk";
+    ASSERT_TRUE(KeysTo("Lumindra$", {"ctrl+y"}));
+    const QImage restored = SaveAs(sandbox_.FilePath("restored.png"));
+    ASSERT_EQ(restored.size(), edited.size()) << "the saved rotation was applied again";
+    EXPECT_GT(Support::Psnr(restored, edited), 40.0) << "the restored picture is the one on screen at the kill";
+
+    // Undoing past the save gives the photo as it was first opened.
+    ASSERT_TRUE(KeysTo("Lumindra$", {"ctrl+z", "ctrl+z"}));
+    const QImage undone = SaveAs(sandbox_.FilePath("undone.png"));
+    ASSERT_EQ(undone.size(), original.size());
+    EXPECT_GT(Support::Psnr(undone, original), 40.0) << "undone past the save to the original";
+
+    // Just saved, nothing asks to be discarded: Quit ends the editor cleanly.
+    ASSERT_FALSE(FindWindow("^undone\\.png –").isEmpty());
+    ASSERT_TRUE(KeysTo("Lumindra$", {"ctrl+q"}));
+    ASSERT_TRUE(editor_.waitForFinished(kWaitMs));
+    EXPECT_EQ(editor_.exitStatus(), QProcess::NormalExit);
+    EXPECT_TRUE(TempEntries().isEmpty()) << TempEntries().join(' ').toStdString();
 }
 
 } // namespace

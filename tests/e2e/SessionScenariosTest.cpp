@@ -40,11 +40,12 @@ protected:
         return QString::fromStdString(editor.Window().GetController()->GetIOEngine().GetSessionFolder().utf8string());
     }
     // Opens the photo, rotates it with the keyboard, waits for its autosave and ends the run the
-    // way a crash does: the folder keeps its lock, naming a process that is gone. Returns the
-    // session folder.
+    // way a crash does: the folder stays as the autosave left it (a clean end removes it), with a
+    // lock naming a process that is gone. Returns the session folder.
     QString CrashAfterAnAutosave(const QString& photo)
     {
         QString folder;
+        const QDir left(sandbox_.FilePath(QStringLiteral("left-by-the-crash")));
         {
             EditorHarness editor({1200, 800});
             EXPECT_TRUE(editor.Open(photo));
@@ -53,7 +54,12 @@ protected:
             EXPECT_TRUE(Support::WaitUntil([&] { return QFileInfo::exists(folder + QStringLiteral("/core.json"))
                                                         && QFileInfo::exists(QDir(folder).filePath(
                                                                IWorkspaceController::PREVIEW_NAME)); }));
+            EXPECT_TRUE(QDir().mkpath(left.path()));
+            for (const QFileInfo& file : QDir(folder).entryInfoList(QDir::Files))
+                EXPECT_TRUE(QFile::copy(file.absoluteFilePath(), left.filePath(file.fileName())));
         }
+        EXPECT_FALSE(QFileInfo::exists(folder)) << "a clean end leaves no session folder";
+        EXPECT_TRUE(QDir(left).rename(left.path(), folder));
         QProcess gone;
         gone.start(QStringLiteral("true"), QStringList());
         EXPECT_TRUE(gone.waitForStarted());

@@ -578,6 +578,43 @@ TEST_F(ProviderTest, EvictedCoreIsForgottenOrWrittenOutForALaterSession)
     }
 }
 
+// A run that ends removes the session folders of its cores; a crash never gets there, so they
+// stay for recovery. Dumped folders stay for the next run only in session mode, and not when
+// the host keeps nothing after a run. Folders of other runs are never touched.
+TEST_F(ProviderTest, TheFoldersOfARunGoWithItUnlessDumpedForTheNextRun)
+{
+    struct Case { const char* what; bool sessionMode, keepNothing, dumpsStay; };
+    for (const Case& c : {Case {"session mode keeps the dumps for the next run", true, false, true},
+                          Case {"a host that keeps nothing after a run", true, true, false},
+                          Case {"without session mode nothing outlives the run", false, false, false}}) {
+        SCOPED_TRACE(c.what);
+        const auto folder = [](const std::string& name) { return QString::fromStdString(Util::GetTempDirPath() + name); };
+        for (const char* name : {"own", "sid-dumped", "sid-earlier", "other"})
+            ASSERT_TRUE(QDir().mkpath(folder(name)));
+        {
+            Cache cache(c.sessionMode);
+            SessionStore& store = cache.GetSessionStore();
+            store.Track(ioPath(folder("own").toStdString() + "/"));
+            TestCorePtr dumped = Put(cache, "dumped", kMB);
+            store.Track(dumped->sessionFolder);
+            cache.Erase("dumped");
+            store.WriteOut({{"dumped", dumped}}, SessionStore::WriteOutWhen::Always);
+            store.AdoptDump("earlier", "sid-earlier"); // left by an earlier run, not built in this one
+            if (c.keepNothing)
+                store.KeepNothingAfterRun();
+            ASSERT_EQ(store.GetDumpedNames().size(), 2u);
+        }
+        EXPECT_FALSE(QFileInfo::exists(folder("own")));
+        EXPECT_EQ(QFileInfo::exists(folder("sid-dumped")), c.dumpsStay);
+        EXPECT_EQ(QFileInfo::exists(folder("sid-earlier")), c.dumpsStay);
+        EXPECT_TRUE(QFileInfo::exists(folder("other"))) << "not a folder of this run";
+        Cache later(true);
+        EXPECT_EQ(later.GetSessionStore().GetDumpedNames().size(), c.dumpsStay ? 2u : 0u);
+        Util::SettingsManager::Instance().Remove(kIdList);
+        ASSERT_TRUE(QDir(QString::fromStdString(Util::GetTempDirPath())).removeRecursively());
+    }
+}
+
 // A write-out that fails - of an evicted neighbour or of the pushed picture - loses no edit and
 // is told to the person once, until a write-out succeeds again.
 TEST_F(ProviderTest, FailedWriteOutsKeepTheCoreInMemoryAndAreToldOncePerRunOfFailures)

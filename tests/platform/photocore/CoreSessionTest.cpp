@@ -76,6 +76,89 @@ TEST_F(CoreSession, WriteOutAndRestoreGiveTheSamePixelsAndHistory)
     EXPECT_EQ(T::CurrentImage(*restored).size(), QSize(200, 300));
 }
 
+// A save over the picture's own file replaces what the restore would start from: the restored
+// picture must still be the one on screen, and undoing past the save must reach the original -
+// or, when the original could not be kept, the history must start from the saved file.
+TEST_F(CoreSession, ASaveOverTheSourceIsNotAppliedTwiceByTheRestore)
+{
+    struct Case {
+        const char* name;
+        int savesOverSource;   // with an edit before each
+        bool saveElsewhere;    // a Save As to another file after them
+        bool writeOutAfter;    // an autosave after the last save (else the run ends before it)
+        bool originalBlocked;  // the session folder cannot take the original
+    };
+    const Case cases[] = {
+        {"one save over the source, edits after it", 1, false, true, false},
+        {"two saves over the source", 2, false, true, false},
+        {"killed before the autosave after the save", 1, false, false, false},
+        {"saved over the source, then saved as another file", 1, true, true, false},
+        {"saved as another file only", 0, true, true, false},
+        {"the original cannot be kept", 1, false, true, true},
+        {"the original cannot be kept, two saves", 2, false, true, true},
+    };
+    const QImage pristine = T::CurrentImage(
+        *PhotoCoreFactory::Create(ioPath(T::TestDataPathUtf8("exif-samples/jpg/gps/DSCN0010.jpg")), "k"));
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const int index = int(&c - cases);
+        const QString path = sandbox_.CopyTestData("exif-samples/jpg/gps/DSCN0010.jpg", QStringLiteral("photo-%1.jpg").arg(index));
+        PhotoCorePtr core = PhotoCoreFactory::Create(ioPath(path.toStdString()), "k");
+        IPhotoCoreIO& io = core->GetIOEngine();
+        ASSERT_TRUE(core->GetSerializer()->WriteOut()) << "an autosave before the first save";
+        if (c.originalBlocked) {
+            ASSERT_TRUE(QDir().mkpath(QString::fromStdString((io.GetSessionFolder() / "original.jpg").utf8string())));
+        }
+        Proc::SettingsAdjust adjust;
+        adjust.exposure = 0.5;
+        int heldByFile = 0;
+        for (int i = 0; i < c.savesOverSource; ++i) {
+            Apply(*core, i == 0 ? static_cast<const Proc::SettingsBase&>(Proc::SettingsRotate(1)) : adjust);
+            SettingsSave settings = io.GetSaveSettings();
+            settings.SetFileName(path.toStdString());
+            ASSERT_EQ(io.Save(settings), IPhotoCoreIO::SaveResultSuccess);
+            heldByFile = core->GetUndoCount();
+        }
+        if (c.saveElsewhere) {
+            Apply(*core, Proc::SettingsFlip(true));
+            SettingsSave settings = io.GetSaveSettings();
+            settings.SetFileName(sandbox_.FilePathUtf8(QStringLiteral("elsewhere-%1.jpg").arg(index)));
+            ASSERT_EQ(io.Save(settings), IPhotoCoreIO::SaveResultSuccess);
+        }
+        const int savedPosition = core->GetUndoCount();
+        if (c.writeOutAfter) {
+            Apply(*core, Proc::SettingsCrop(5, 6, 200, 150));
+            ASSERT_TRUE(core->GetSerializer()->WriteOut());
+        }
+        const QImage edited = T::CurrentImage(*core);
+        std::vector<std::string> history = core->GetHistory();
+        const ioPath folder = io.GetSessionFolder();
+        core.reset(); // the run ends without cleaning up
+        // Without the original, the oldest state left is the saved file.
+        const int dropped = c.originalBlocked ? heldByFile : 0;
+        history.erase(history.begin(), history.begin() + dropped);
+        const QImage oldest = c.originalBlocked ? T::CurrentImage(*PhotoCoreFactory::Create(ioPath(path.toStdString()), "k"))
+                                                : pristine;
+
+        PhotoCorePtr restored = PhotoCoreFactory::Restore(folder);
+        ASSERT_TRUE(restored);
+        if (c.originalBlocked) { // the saved file was encoded with loss
+            EXPECT_GT(T::Psnr(T::CurrentImage(*restored), edited), 35.0);
+        } else {
+            EXPECT_EQ(T::MaxChannelDifference(T::CurrentImage(*restored), edited), 0);
+        }
+        EXPECT_EQ(restored->GetHistory(), history);
+        EXPECT_EQ(restored->GetIOEngine().GetFilePath().utf8string(), path.toStdString()) << "still saves to its file";
+        EXPECT_EQ(restored->HasUnsavedChanges(), c.writeOutAfter);
+        while (restored->GetUndoCount() > savedPosition - dropped)
+            restored->Undo();
+        EXPECT_FALSE(restored->HasUnsavedChanges()) << "the saved state is where it was";
+        while (restored->CanUndo())
+            restored->Undo();
+        EXPECT_EQ(T::MaxChannelDifference(T::CurrentImage(*restored), oldest), 0) << "undone to the oldest state";
+    }
+}
+
 TEST_F(CoreSession, APictureWithoutFileIsWrittenOutWithItsPixels)
 {
     QImage picture = T::MakeTestImage(90, 70).convertToFormat(QImage::Format_ARGB32);

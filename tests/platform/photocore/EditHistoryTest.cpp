@@ -26,7 +26,28 @@ std::string Describe(const EditHistory& history)
 }
 
 // Requests: digits push a turn of that many quarters, 'u' undoes, 'r' redoes, 's' marks saved,
-// 'x' and a digit erase the step pushed that many pushes in (an edit that could not be rendered).
+// 'x' and a digit erase the step pushed that many pushes in (an edit that could not be rendered),
+// 'f' marks the source file replaced.
+EditHistory Play(const char* requests)
+{
+    EditHistory history;
+    for (const char* r = requests; *r; ++r) {
+        if (*r == 'u')
+            history.Undo();
+        else if (*r == 'r')
+            history.Redo();
+        else if (*r == 's')
+            history.MarkSaved();
+        else if (*r == 'f')
+            history.MarkSourceReplaced();
+        else if (*r == 'x' && r[1])
+            history.Erase(std::uint64_t(*++r - '0'));
+        else
+            history.Push(Turn(*r - '0'));
+    }
+    return history;
+}
+
 TEST(EditHistory, RequestSequencesGiveTheExpectedStepsCountsAndSavedState)
 {
     struct Case {
@@ -58,20 +79,37 @@ TEST(EditHistory, RequestSequencesGiveTheExpectedStepsCountsAndSavedState)
         {"1x2", "1 undo 1 redo 0 changed"},        // an unknown step: nothing changes
     };
     for (const Case& c : cases) {
-        EditHistory history;
-        for (const char* r = c.requests; *r; ++r) {
-            if (*r == 'u')
-                history.Undo();
-            else if (*r == 'r')
-                history.Redo();
-            else if (*r == 's')
-                history.MarkSaved();
-            else if (*r == 'x' && r[1])
-                history.Erase(std::uint64_t(*++r - '0'));
-            else
-                history.Push(Turn(*r - '0'));
-        }
+        const EditHistory history = Play(c.requests);
         EXPECT_EQ(Describe(history), c.expected) << c.requests;
+    }
+}
+
+// Which state the source file holds after a save replaced it follows undo, redo and new steps,
+// and survives a write-out and restore of the state.
+TEST(EditHistory, TheStateTheSourceFileHoldsIsFollowedThroughTheHistory)
+{
+    struct Case {
+        const char* requests;
+        int expected;
+    };
+    const Case cases[] = {
+        {"12", 0},     // never replaced: the file as opened
+        {"12f", 2},
+        {"12fu", 2},   // undone, still in the history (redoable)
+        {"12fu3", -1}, // the state the file holds was dropped
+        {"1f2f", 2},
+        {"1f2u3", 1},  // only the steps after the file's state were dropped
+        {"f12", 0},    // replaced with the state as opened
+        {"12fx1", -1}, // a step the file holds was erased
+        {"12fx2", -1},
+        {"1f2x2", 1},  // a later one was
+    };
+    for (const Case& c : cases) {
+        const EditHistory history = Play(c.requests);
+        EXPECT_EQ(history.GetSourcePosition(), c.expected) << c.requests;
+        EditHistory restored;
+        restored.Restore(history.GetState());
+        EXPECT_EQ(restored.GetSourcePosition(), c.expected) << c.requests << " restored";
     }
 }
 
