@@ -12,7 +12,7 @@ export GLOG_logtostderr=1
 run() {
   local variant=$1
   local build_dir
-  build_dir=$(LUMINDRA_SANITIZE=$variant ./scripts/build.sh | tail -n 1)
+  build_dir=$(LUMINDRA_SANITIZE=$variant ./scripts/build.sh | tail -n 1) || return 1
   local select=()
   case $variant in
     0) ;;
@@ -31,7 +31,10 @@ run() {
   ctest --test-dir "$build_dir" --output-on-failure -j "$(nproc)" "${select[@]}"
 }
 
+# Each run goes ahead when an earlier one failed, so that one CI run reports every finding.
+status=0
 case "${LUMINDRA_SANITIZE:-all}" in
-  all) run 0; run address; run thread ;;
-  *) run "$LUMINDRA_SANITIZE" ;;
+  all) for variant in 0 address thread; do run "$variant" || status=1; done ;;
+  *) run "$LUMINDRA_SANITIZE" || status=1 ;;
 esac
+exit $status
