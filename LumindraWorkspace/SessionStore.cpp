@@ -297,7 +297,9 @@ void SessionStore::Deserialize(const boost::property_tree::ptree& in)
             const std::string name = child.second.get<std::string>("name", std::string());
             if (sid.empty() || name.empty() || folders.count(name))
                 continue;
-            if (!QFileInfo(QString::fromStdString(temp + sid)).isDir())
+            // A folder is restored from and later removed: only one inside the temporary folder.
+            const QString folder = QDir::cleanPath(QString::fromStdString(temp + sid));
+            if (!folder.startsWith(QString::fromStdString(temp)) || !QFileInfo(folder).isDir())
                 continue;
             names.push_back(name);
             folders[name] = sid;

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Installs every Debian package the build, the tests, the editor and the benchmarks need.
+# Installs every Debian package the build, the tests, the editor, the benchmarks and the fuzzing
+# programs need.
 # Idempotent: when everything is present it only checks and returns.
 set -euo pipefail
 
@@ -17,6 +18,7 @@ PACKAGES=(
   libjpeg-turbo-progs
   xvfb xauth xdotool imagemagick
   fonts-dejavu-core
+  clang libclang-rt-14-dev
 )
 
 missing=()

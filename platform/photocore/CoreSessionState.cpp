@@ -1,5 +1,7 @@
 #include "photocore/CoreSessionState.h"
 
+#include <algorithm>
+
 #include <QFileInfo>
 
 #include <boost/property_tree/ptree.hpp>
@@ -10,6 +12,19 @@
 namespace Quelto::Lumindra::PhotoCore {
 
 namespace pt = boost::property_tree;
+
+namespace {
+
+// The id names the core's folder under the temporary folder, where its autosaves are written:
+// a stored id that is a path ("../..") would send them anywhere.
+bool IsFolderName(const std::string& id)
+{
+    return std::all_of(id.begin(), id.end(), [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' || c == '_';
+    });
+}
+
+} // namespace
 
 void CoreSessionState::Serialize(pt::ptree& out) const
 {
@@ -57,6 +72,8 @@ void CoreSessionState::Deserialize(const pt::ptree& in)
     }
     if (sessionId.empty())
         throw Core::Exception("The session state has no session id");
+    if (!IsFolderName(sessionId))
+        throw Core::Exception("The session state's session id \"" + sessionId + "\" is not a folder name");
     if (history.position < 0 || history.position > int(history.steps.size()))
         throw Core::Exception("The session state's history position is out of range");
     if (history.sourcePosition > int(history.steps.size()))

@@ -1,6 +1,7 @@
 #include "photocore/FrameGeometry.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <exception>
 
 #include <glog/logging.h>
@@ -50,8 +51,9 @@ void FrameGeometry::Flip(bool horizontal)
 void FrameGeometry::Crop(int x, int y, int width, int height)
 {
     const int x0 = std::clamp(x, 0, width_), y0 = std::clamp(y, 0, height_);
-    const int x1 = std::clamp(x + std::max(0, width), x0, width_);
-    const int y1 = std::clamp(y + std::max(0, height), y0, height_);
+    // The far edges in 64 bits: a stored rectangle may hold any int, and its sum overflows.
+    const int x1 = int(std::clamp<std::int64_t>(std::int64_t(x) + std::max(0, width), x0, width_));
+    const int y1 = int(std::clamp<std::int64_t>(std::int64_t(y) + std::max(0, height), y0, height_));
     if (x1 <= x0 || y1 <= y0) {
         valid_ = false;
         return;

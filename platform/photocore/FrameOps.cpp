@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <vector>
@@ -279,9 +280,13 @@ DataVideoPtr FrameOps::Orient(const DataVideoPtr& source, int orientation)
 Conf::FrameInfo FrameOps::CropInfo(const Conf::FrameInfo& in, int x, int y, int width, int height)
 {
     const int x0 = std::clamp(x, 0, in.width), y0 = std::clamp(y, 0, in.height);
+    // The far edges in 64 bits: a stored rectangle may hold any int, and its sum overflows.
+    const auto end = [](int start, int length, int low, int high) {
+        return int(std::clamp<std::int64_t>(std::int64_t(start) + std::max(0, length), low, high));
+    };
     Conf::FrameInfo info = in;
-    info.width = std::clamp(x + std::max(0, width), x0, in.width) - x0;
-    info.height = std::clamp(y + std::max(0, height), y0, in.height) - y0;
+    info.width = end(x, width, x0, in.width) - x0;
+    info.height = end(y, height, y0, in.height) - y0;
     if (info.IsEmpty())
         throw Core::Exception("The crop rectangle lies outside the picture");
     return info;
