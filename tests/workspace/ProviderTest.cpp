@@ -743,7 +743,7 @@ TEST_F(ProviderTest, ForegroundOpenDuringAPreloadSharesTheWorkersBuildAndItsFail
         standInName = Name(file);
         failName = Name(file);
         failCount = c.buildFails ? 2 : 0; // the worker's build and the foreground's one retry
-        beforeBuild = [&, held = c.heldInFactory](const std::string& name) {
+        beforeBuild = [&, held = c.heldInFactory, file](const std::string& name) {
             if (held && name == Name(file)) {
                 inFactory.Open();
                 leaveFactory.Wait();
