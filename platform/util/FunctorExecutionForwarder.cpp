@@ -10,6 +10,8 @@
 
 #include <glog/logging.h>
 
+#include "core/HandOver.h"
+
 namespace Quelto::Lumindra::Util {
 
 struct FunctorExecutionForwarder::Queue {
@@ -73,12 +75,15 @@ void FunctorExecutionForwarder::Forward(std::function<void()> fn)
         queue->posted = true;
         // Posted under the lock: the destructor cannot pass its own locking before the event is
         // counted against this object, so ~QObject is sure to remove it.
-        QCoreApplication::postEvent(this, new QEvent(RunEventType()));
+        auto* run = new QEvent(RunEventType());
+        Core::HandOver(run);
+        QCoreApplication::postEvent(this, run);
     }
 }
 
 bool FunctorExecutionForwarder::event(QEvent* event)
 {
+    Core::TakeOver(event); // made on the forwarding thread; Qt's event queue orders it unseen
     if (event->type() != RunEventType())
         return QObject::event(event);
 

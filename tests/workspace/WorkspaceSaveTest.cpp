@@ -238,7 +238,7 @@ TEST_F(WorkspaceSaveTest, StatisticsDescribeTheSaveAndARefusedOverwritePublishes
         statistics.fileSize = c.bytes;
         statistics.extension = "png";
         controller->SendSaveStatistics(statistics);
-        const auto& parameters = SaveEvents().back().second;
+        const auto parameters = SaveEvents().back().second; // a copy: SaveEvents returns a temporary
         EXPECT_EQ(parameters.count(Stats::KEY_SIZE) ? parameters.at(Stats::KEY_SIZE) : "(none)",
                   c.kibibytes ? c.kibibytes : "(none)") << c.bytes;
         EXPECT_EQ(parameters.at(Stats::KEY_SAVING_IMAGE_OUTPUT_FORMAT), "PNG");
@@ -260,7 +260,7 @@ TEST_F(WorkspaceSaveTest, StatisticsDescribeTheSaveAndARefusedOverwritePublishes
 
     const QString target = sandbox_.FilePath(QStringLiteral("out.webp"));
     ASSERT_EQ(SaveAs(*controller, target), IPhotoCoreIO::SaveResultSuccess);
-    const auto& saved = SaveEvents().back().second;
+    const auto saved = SaveEvents().back().second;
     EXPECT_EQ(saved.at(Stats::KEY_RESULT), Stats::VAL_RESULT_SUCCESS);
     EXPECT_EQ(saved.at(Stats::KEY_SAVING_IMAGE_OUTPUT_FORMAT), "WebP");
     EXPECT_EQ(saved.at(Stats::KEY_SIZE), std::to_string(std::llround(QFileInfo(target).size() / 1024.0)));
