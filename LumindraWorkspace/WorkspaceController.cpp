@@ -150,7 +150,8 @@ WorkspaceController::WorkspaceController(PhotoCore::IStatisticsEventHandler* sta
       scene_(std::make_unique<WorkspaceScene>(imageUtils_, this, nullptr)),
       statistics_(statistics),
       metadata_(core->GetIOEngine().GetMetadataSettings()),
-      sessionTimer_(std::make_unique<QTimer>())
+      sessionTimer_(std::make_unique<QTimer>()),
+      jobDone_(std::make_unique<Util::FunctorExecutionForwarder>())
 {
     if (statistics_) {
         statistics_->OnControllerCreated();
@@ -424,9 +425,9 @@ void WorkspaceController::HandleJobDone(const CoreEventJobDone& event)
     // may have ended). A controller that dies first unregisters (waiting for this delivery) and
     // drops the posted call with itself.
     if (event.kind == CoreEventJobDone::JOB_SAVE)
-        QMetaObject::invokeMethod(this, [this, event] { OnSaveJobDone(event); }, Qt::QueuedConnection);
+        jobDone_->Forward([this, event] { OnSaveJobDone(event); });
     else if (event.kind == CoreEventJobDone::JOB_SNAPSHOT)
-        QMetaObject::invokeMethod(this, [this, event] { OnSessionJobDone(event); }, Qt::QueuedConnection);
+        jobDone_->Forward([this, event] { OnSessionJobDone(event); });
 }
 
 void WorkspaceController::OnSaveJobDone(const CoreEventJobDone& event)

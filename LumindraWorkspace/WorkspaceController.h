@@ -18,6 +18,7 @@
 #include "photocore/DrawerEventForwarder.h"
 #include "photocore/IPhotoCore.h"
 #include "photocore/ImageSource.h"
+#include "util/FunctorExecutionForwarder.h"
 
 class QTimer;
 
@@ -184,6 +185,9 @@ private:
     std::unique_ptr<QTimer> sessionTimer_;
     QString inventedName_; // the name of a picture that has no file yet
     std::unique_ptr<SaveJob> runningSave_; // the save started with StartSave until it ends; UI thread
+    // Brings the core's job-done events to the UI thread; what it still holds dies with the
+    // controller, unrun.
+    std::unique_ptr<Util::FunctorExecutionForwarder> jobDone_;
 
     // Autosave bookkeeping. The revision counts the core's state changes (on the core's thread);
     // the rest belongs to the UI thread.

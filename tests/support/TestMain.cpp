@@ -1,9 +1,13 @@
+#include <algorithm>
 #include <cstdlib>
 
 #include <QApplication>
 
+#include <glog/logging.h>
 #include <gtest/gtest.h>
 
+#include "core/HandOver.h"
+#include "support/TestSupport.h"
 #include "util/AlertBox.h"
 #include "util/Logging.h"
 #include "util/Settings.h"
@@ -17,6 +21,11 @@ int main(int argc, char** argv)
         qputenv("QT_QPA_PLATFORM", "offscreen");
     ::testing::InitGoogleTest(&argc, argv);
     Quelto::Lumindra::Util::InitLogging(argc, argv);
+#ifdef LUMINDRA_THREAD_SANITIZER
+    // glog's verbose level is a plain global that every thread reads: it is raised here, before
+    // any thread starts, instead of by each LogCapture while workers run.
+    FLAGS_v = std::max(FLAGS_v, Quelto::Lumindra::Test::kCapturedVerboseLevel);
+#endif
 
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("LumindraTests"));

@@ -227,7 +227,7 @@ private:
 LogCapture::LogCapture(int verboseLevel)
     : sink_(std::make_unique<Sink>())
 {
-    if (verboseLevel >= 0) {
+    if (verboseLevel >= 0 && FLAGS_v < verboseLevel) {
         oldVerbose_ = FLAGS_v;
         changedVerbose_ = true;
         FLAGS_v = std::max(FLAGS_v, verboseLevel);

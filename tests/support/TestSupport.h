@@ -95,6 +95,9 @@ private:
     std::vector<int> levels_;
 };
 
+// The verbose level of the progress messages tests look for.
+inline constexpr int kCapturedVerboseLevel = 30;
+
 // Records the glog messages logged while it lives, from any thread. With `verboseLevel` >= 0 the
 // verbose level is raised to it meanwhile, so that VLOG(30) progress messages are recorded too.
 class LogCapture {
