@@ -22,12 +22,18 @@ public:
 
     // Runs `work` for `name` and returns its core. If another thread runs work for `name`
     // already, waits for it to end first (with no mutex held), then runs `work`, which finds
-    // the other one's core in the cache; if the other work failed, its exception is thrown to
-    // this caller too, and `work` does not run.
+    // the other one's core in the cache; if the other work failed, a copy of its exception is
+    // thrown to this caller too, and `work` does not run.
     PhotoCore::PhotoCorePtr Run(const std::string& name, const Work& work);
 
 private:
-    std::map<std::string, std::shared_future<void>> running_;
+    // Throws a failed build's exception anew for each waiter; empty when the build succeeded.
+    // Waiters get copies rather than one shared exception object, whose reference count lives
+    // in the C++ runtime, out of the thread sanitizer's sight.
+    using Failure = std::function<void()>;
+    static Failure CopyOfCurrentException();
+
+    std::map<std::string, std::shared_future<Failure>> running_;
     std::mutex mutex_; // guards running_; held only to look up, add or remove a build
 };
 

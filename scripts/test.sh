@@ -25,11 +25,7 @@ run() {
       select=(-E '^package\.') ;;
     thread)
       export TSAN_OPTIONS="halt_on_error=1:second_deadlock_stack=1:allocator_may_return_null=1:suppressions=$PWD/tests/sanitizers/tsan.supp"
-      # One test is left out: a core build's failure is shared with a waiting open as one
-      # std::exception_ptr, whose reference count lives in libstdc++, built without the
-      # sanitizer, so the exception's destruction is reported as raced with its last reader.
-      select=(-L '^test_(core|util|proc|photocore|workspace)$'
-              -E '^ProviderTest\.ForegroundOpenDuringAPreloadSharesTheWorkersBuildAndItsFailure$') ;;
+      select=(-L '^test_(core|util|proc|photocore|workspace)$') ;;
   esac
   echo "== tests ($variant) in $build_dir"
   ctest --test-dir "$build_dir" --output-on-failure -j "$(nproc)" "${select[@]}"

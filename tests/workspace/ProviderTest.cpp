@@ -767,6 +767,8 @@ TEST_F(ProviderTest, ForegroundOpenDuringAPreloadSharesTheWorkersBuildAndItsFail
             if (c.buildFails) {
                 EXPECT_THROW(opening.get(), Core::Exception);
                 EXPECT_EQ(Count(file), 2) << "the failure reached the foreground, which retried once";
+                EXPECT_EQ(log.Count("Cannot open " + file + ": Test failure while opening " + file), 1)
+                    << "the worker's failure, as the waiting foreground received it";
                 // The worker hears of it after the foreground was released.
                 EXPECT_TRUE(TS::WaitUntil([&] { return log.Count("Backgrownd code loading failed") == 1; }));
                 continue;
