@@ -443,7 +443,7 @@ DataVideoPtr FrameOps::Resize(const IDataVideo& source, const Conf::FrameInfo& t
         out->SetOpaque(source.IsOpaque());
         return out;
     } catch (const vips::VError& e) {
-        throw Core::Exception(std::string("Resizing failed: ") + e.what());
+        throw Core::Exception("Resizing failed: " + Proc::TakeVipsError(e));
     }
 }
 

@@ -26,9 +26,9 @@ constexpr double kMillimetresPerInch = 25.4;
 constexpr int kShrinkSteps[] = {2, 4, 8}; // the reductions JPEG (and WebP) decode directly
 
 // libvips messages end in newlines and sometimes span lines; one line reads better.
-std::string VipsMessage(const char* text)
+std::string VipsMessage(const vips::VError& error)
 {
-    std::string message(text ? text : "");
+    std::string message = Proc::TakeVipsError(error);
     std::replace(message.begin(), message.end(), '\n', ' ');
     while (!message.empty() && message.back() == ' ')
         message.pop_back();
@@ -145,7 +145,7 @@ DataVideoPtr ToFrame(vips::VImage image, const ImageHeader& header, bool sixteen
                                                     ->set("intent", VIPS_INTENT_RELATIVE)
                                                     ->set("depth", sixteen ? 16 : 8));
         } catch (const vips::VError& e) {
-            LOG(WARNING) << "Colour profile ignored: " << VipsMessage(e.what());
+            LOG(WARNING) << "Colour profile ignored: " << VipsMessage(e);
         }
     }
     const VipsInterpretation target = sixteen ? VIPS_INTERPRETATION_RGB16 : VIPS_INTERPRETATION_sRGB;
@@ -310,7 +310,7 @@ ImageHeader ImageDecoder::ReadHeader(const std::string& utf8Path)
         if (image.get_typeof(VIPS_META_RESOLUTION_UNIT) != 0 && image.xres() > 0.0)
             header.dpi = std::round(image.xres() * kMillimetresPerInch * 100.0) / 100.0;
     } catch (const vips::VError& e) {
-        throw Core::Exception(VipsMessage(e.what()));
+        throw Core::Exception(VipsMessage(e));
     }
     header.fastJpeg = header.codec == "jpeg" && !header.foreignIcc && !header.sixteenBit
                    && JpegDecoder::CanDecode(utf8Path);
@@ -342,7 +342,7 @@ ImageDecoder::Result ImageDecoder::DecodePreview(const std::string& utf8Path, co
             result.frame = FrameOps::Orient(ToFrame(Load(utf8Path, header, shrink), header, false),
                                             header.orientation);
     } catch (const vips::VError& e) {
-        throw Core::Exception(VipsMessage(e.what()));
+        throw Core::Exception(VipsMessage(e));
     }
     return result;
 }
@@ -366,7 +366,7 @@ ImageDecoder::Result ImageDecoder::DecodeFull(const std::string& utf8Path, const
     } catch (const vips::VError& e) {
         if (cancel && cancel->load())
             throw Core::Exception("decoding was cancelled");
-        throw Core::Exception(VipsMessage(e.what()));
+        throw Core::Exception(VipsMessage(e));
     }
     if (cancel && cancel->load())
         throw Core::Exception("decoding was cancelled");

@@ -128,7 +128,7 @@ void ImageEncoder::Write(const Proc::IDataVideo& frame, const std::string& codec
             image.gifsave(path, options);
         }
     } catch (const vips::VError& e) {
-        throw Core::Exception(Readable(e.what()));
+        throw Core::Exception(Readable(Proc::TakeVipsError(e)));
     }
 }
 

@@ -15,4 +15,11 @@ void EnsureVipsStarted()
         throw Core::Exception("The image library could not start");
 }
 
+std::string TakeVipsError(const vips::VError& error)
+{
+    std::string message = error.what();
+    vips_error_clear();
+    return message;
+}
+
 } // namespace Quelto::Lumindra::Proc

@@ -7,10 +7,16 @@
 #include <vips/vips8>
 #pragma pop_macro("signals")
 
+#include <string>
+
 namespace Quelto::Lumindra::Proc {
 
 // Starts libvips once per process (thread-safe, idempotent). Throws Core::Exception when it
 // cannot start.
 void EnsureVipsStarted();
+
+// The message of a libvips failure, with libvips' error buffer emptied: the buffer is one for the
+// whole process and only ever grows, so each later failure would repeat every earlier message.
+std::string TakeVipsError(const vips::VError& error);
 
 } // namespace Quelto::Lumindra::Proc
