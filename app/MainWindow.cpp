@@ -103,6 +103,11 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
     view_->SetScaleStep(kZoomStepPercent);
     connect(view_->GetEmitter(), &ScalableViewEmitter::activateDragMode, this,
             [this](bool active) { view_->SetDragMode(active); });
+    // A picture swap (or a failed one) runs to its end before the next pass of the event loop.
+    connect(helper_, &WorkspaceControllerHelper::beforeWorkspaceControllerReset, this, [this] {
+        view_->HoldScrollBars(true);
+        QTimer::singleShot(0, view_, [view = view_] { view->HoldScrollBars(false); });
+    });
 
     relay_ = new CoreEventRelay(this);
     connect(relay_, &CoreEventRelay::loaded, this, &MainWindow::OnLoaded);

@@ -331,11 +331,11 @@ void CanvasItem::DrawResized(QPainter* painter, const QPixmap& pixmap, double wi
         painter->drawPixmap(QPointF(0, 0), pixmap);
         return;
     }
-    // Qt's smooth scaling of a large reduction took 50 ms from a full 24 MP frame; beyond a
-    // halving it is hardly sharper than sampling, whose cost follows the target's size.
-    const bool smooth = pixmap.width() <= 2 * width * ratio && pixmap.height() <= 2 * height * ratio;
+    // Another size only stands in until the exact copy arrives from the background, a few
+    // frames later; Qt's smooth scaling of it held up the window for up to 8 ms each time a
+    // picture was shown.
     painter->save();
-    painter->setRenderHint(QPainter::SmoothPixmapTransform, smooth);
+    painter->setRenderHint(QPainter::SmoothPixmapTransform, false);
     painter->drawPixmap(QRectF(0, 0, width, height), pixmap, QRectF(pixmap.rect()));
     painter->restore();
 }

@@ -120,6 +120,7 @@ void WorkspaceView::ScaleToFit(bool enable)
     scrollBarsLocked = true;
     // The whole widget is the viewport while fitting.
     SetScrollBarPolicies(Qt::ScrollBarAlwaysOff, Qt::ScrollBarAlwaysOff);
+    scrollBarCheckHeldBack = false;
     const QRectF rect = sceneRect();
     if (rect.width() > 0 && rect.height() > 0) {
         const double rw = viewport()->width() / rect.width();
@@ -331,9 +332,20 @@ double WorkspaceView::ConvertPercentToScaleFactor(double percent) const
     return target / current;
 }
 
+void WorkspaceView::HoldScrollBars(bool hold)
+{
+    scrollBarsHeld = hold;
+    if (!hold && scrollBarCheckHeldBack) {
+        scrollBarCheckHeldBack = false;
+        CheckDragModeForEnabled(false);
+    }
+}
+
 void WorkspaceView::CheckDragModeForEnabled(bool showTip)
 {
-    if (scene() && !scrollBarsLocked) {
+    if (scene() && !scrollBarsLocked && scrollBarsHeld) {
+        scrollBarCheckHeldBack = true;
+    } else if (scene() && !scrollBarsLocked) {
         // A fitted picture needs no scroll bars. Turning one on here would shrink the viewport,
         // the resize would refit and turn it off again, and so on: a frame of a new size (the
         // full frame after the preview) is refitted instead.

@@ -86,6 +86,12 @@ public:
     QMenu* GetContextMenu() const;
     bool IsContextMenuPending() const;
 
+    // While held, the scroll bars keep their state: the host holds them while it swaps pictures,
+    // so that the closing picture's zoom reset does not show them for the new picture's fit to
+    // take away again (each switch relays the view out and asks the display server where the
+    // pointer is). A fit decides them anyway; other changes skipped meanwhile are made on release.
+    void HoldScrollBars(bool hold);
+
     DragTipController* GetDragTipController() const;
     ToolTipManager* GetToolTipManager() const;
     bool IsDragModeAvailable() const;
@@ -147,6 +153,8 @@ private:
     double maxScalePercent = 100.0;
     bool dragModeAvailable = false;
     bool scrollBarsLocked = false;
+    bool scrollBarsHeld = false;
+    bool scrollBarCheckHeldBack = false; // a check was skipped while held and no fit followed
     bool fitToView = false;
     bool scalingInProgress = false;
     // Set while ScaleToFit runs: the resizes its own scroll-bar change causes must not start

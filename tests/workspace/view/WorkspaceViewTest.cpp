@@ -108,6 +108,20 @@ public:
     WorkspaceView view; // dies first, unregistering from the live controller
 };
 
+// Counts the resizes of a widget.
+class ResizeCounter : public QObject {
+public:
+    explicit ResizeCounter(QWidget* widget) { widget->installEventFilter(this); }
+    int count = 0;
+
+protected:
+    bool eventFilter(QObject*, QEvent* event) override
+    {
+        count += event->type() == QEvent::Resize;
+        return false;
+    }
+};
+
 // Overflows an 800x600 view both ways at 100 %, so it can be dragged; the small one fits.
 const QSize kLarge(3000, 1000), kSmall(400, 300), kView(800, 600);
 
@@ -442,6 +456,44 @@ TEST(WorkspaceView, GuideWidgetFreezesTheScrollBarsAndAZoomWithoutTheCursorKeeps
     EXPECT_EQ(view.horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
     EXPECT_EQ(view.verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOn);
     EXPECT_TRUE(view.IsDragModeAvailable());
+}
+
+// Held scroll bars keep their state through a zoom until the release makes the change, and
+// through a picture swap (the closing picture's reset to 100 %, then the new one's fit) the
+// viewport never changes size; a fit while held leaves nothing for the release to do.
+TEST(WorkspaceView, HeldScrollBarsWaitForTheReleaseAndAPictureSwapNeverShowsThem)
+{
+    struct Case { const char* what; bool swap; bool fit; Qt::ScrollBarPolicy afterRelease; };
+    for (const Case& c : {Case {"a zoom", false, false, Qt::ScrollBarAlwaysOn},
+                          Case {"a zoom, then a fit", false, true, Qt::ScrollBarAlwaysOff},
+                          Case {"a picture swap with its fit", true, true, Qt::ScrollBarAlwaysOff}}) {
+        SCOPED_TRACE(c.what);
+        ViewHarness harness(kLarge, kView);
+        WorkspaceView& view = harness.view;
+        view.ScaleToFit(true);
+        ResizeCounter viewportResizes(view.viewport());
+        view.HoldScrollBars(true);
+        if (c.swap) {
+            harness.controller = WorkspaceController::Create(
+                harness.provider_, QPixmap::fromImage(TS::MakeTestImage(2000, 1500)), PhotoCore::ImageSourcePaste);
+            view.SetWorkspaceController(harness.controller);
+        } else {
+            view.ScaleToPercent(150.0);
+        }
+        EXPECT_EQ(view.horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
+        EXPECT_EQ(view.verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
+        if (c.fit)
+            view.ScaleToFit(true);
+        QSignalSpy scaled(view.GetEmitter(), &ScalableViewEmitter::scaleChanged);
+        view.HoldScrollBars(false);
+        EXPECT_EQ(view.horizontalScrollBarPolicy(), c.afterRelease);
+        EXPECT_EQ(view.verticalScrollBarPolicy(), c.afterRelease);
+        EXPECT_EQ(view.IsDragModeAvailable(), c.afterRelease == Qt::ScrollBarAlwaysOn);
+        EXPECT_EQ(scaled.count(), 0) << "the release zooms nothing";
+        if (c.swap) {
+            EXPECT_EQ(viewportResizes.count, 0);
+        }
+    }
 }
 
 // The menu learns where it was asked for: the scene point under the cursor relative to the
