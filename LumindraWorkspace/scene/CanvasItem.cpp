@@ -94,8 +94,12 @@ bool FuzzyEqual(const QRectF& a, const QRectF& b)
 // destroyed item.
 struct CanvasItem::ResizeMailbox {
     explicit ResizeMailbox(CanvasItem* item) : owner(item) {}
-    std::mutex mutex;  // guards owner
+    std::mutex mutex;  // guards owner and wish
     CanvasItem* owner; // null once the item is gone
+    // The request a queued resize takes when it starts. Held here rather than by the queued job,
+    // so that an item that dies first lets go of its full-size frame at once, not when a busy
+    // pool gets round to the job.
+    ResizeWish wish;
 };
 
 CanvasItem::CanvasItem(const Util::ImageUtils& imageUtils, const boost::intrusive_ptr<Proc::IDataVideo>& frame,
@@ -136,6 +140,7 @@ CanvasItem::~CanvasItem()
     {
         std::lock_guard<std::mutex> lock(mailbox_->mutex);
         mailbox_->owner = nullptr;
+        mailbox_->wish = ResizeWish();
     }
     if (workspaceController_)
         workspaceController_->UnregisterDrawerEventHandler(this);
@@ -260,7 +265,18 @@ void CanvasItem::StartResize()
     running_ = next_;
     next_ = ResizeWish();
     ReadyResizer();
-    Proc::StartInBackground([resizer = resizer_, wish = running_, mailbox = mailbox_] {
+    {
+        std::lock_guard<std::mutex> lock(mailbox_->mutex);
+        mailbox_->wish = running_;
+    }
+    Proc::StartInBackground([resizer = resizer_, mailbox = mailbox_] {
+        ResizeWish wish;
+        {
+            std::lock_guard<std::mutex> lock(mailbox->mutex);
+            std::swap(wish, mailbox->wish);
+        }
+        if (!wish.frame)
+            return; // the item is gone
         boost::intrusive_ptr<Proc::IDataVideo> scaled = Resize(*resizer, wish.frame, wish.target);
         // A copy with transparency is premultiplied here, not when the UI thread shows it.
         if (scaled && !scaled->IsOpaque()) {

@@ -93,7 +93,7 @@ protected:
     const QPixmap* ResizedPixmap(double width, double height, double scale, const QWidget* viewport,
                                  QWidget* widget);
     // Draws what ResizedPixmap returned at the painter's origin, `width` x `height` view pixels:
-    // the copy pixel for pixel, a stand-in scaled smoothly.
+    // the copy pixel for pixel, a stand-in scaled without smoothing.
     static void DrawResized(QPainter* painter, const QPixmap& pixmap, double width, double height);
 
 private Q_SLOTS:

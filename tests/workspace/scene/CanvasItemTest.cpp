@@ -1,7 +1,9 @@
 // The canvas item: which zooms take the resized path and what reaches the screen, what a failed
 // resize or a null frame leaves, how it follows the scene rectangle, and a real core's frames.
 
+#include <atomic>
 #include <functional>
+#include <future>
 #include <memory>
 
 #include <QThreadPool>
@@ -10,6 +12,7 @@
 #include "SceneTestSupport.h"
 #include "core/RefCounted.h"
 #include "photoutil/ImageUtils.h"
+#include "proc/BackgroundPool.h"
 #include "proc/EffectSettings.h"
 #include "support/ViewSupport.h"
 #include "util/HostObjectsConnectorID.h"
@@ -93,18 +96,35 @@ TEST(CanvasItemZoom, ResizedPathOnlyWhereItPays)
 }
 
 // An item destroyed while its copy is being made on a pool thread: the result finds nobody and
-// is dropped (a fault here shows as a crash, or under the address sanitizer).
+// is dropped (a fault here shows as a crash, or under the address sanitizer). One destroyed
+// while its copy still waits for a busy pool lets go of its frame at once: browsing a folder
+// must not keep a full-size frame per picture passed until the pool catches up.
 TEST(CanvasItemZoom, DestroyedWhileResizing)
 {
-    const Proc::DataVideoPtr frame = PhotoUtil::ImageUtils::ImageToFrame(Support::MakeTestImage(3000, 2000));
-    for (int round = 0; round < 4; ++round) {
-        auto stage = std::make_unique<Stage>(frame);
+    const Proc::DataVideoPtr video = PhotoUtil::ImageUtils::ImageToFrame(Support::MakeTestImage(3000, 2000));
+    const auto* frame = dynamic_cast<const Core::RefCounted*>(video.get());
+    ASSERT_NE(frame, nullptr);
+    const int references = frame->UseCount();
+    for (bool poolBusy : {false, true, false, true}) {
+        SCOPED_TRACE(poolBusy ? "the pool busy" : "the pool free");
+        std::promise<void> release;
+        std::shared_future<void> released = release.get_future().share();
+        std::atomic<int> blocking {0};
+        const int blockers = poolBusy ? QThread::idealThreadCount() : 0;
+        for (int i = 0; i < blockers; ++i)
+            Proc::StartInBackground([&blocking, released] { ++blocking, released.wait(); });
+        ASSERT_TRUE(Support::WaitUntil([&] { return blocking == blockers; }));
+        auto stage = std::make_unique<Stage>(video);
         stage->Zoom(0.2);
         stage->Grab();
         EXPECT_TRUE(stage->canvas->HasPendingResize());
         stage.reset();
+        if (poolBusy) {
+            EXPECT_EQ(frame->UseCount(), references) << "the frame outlived its item";
+        }
+        release.set_value();
     }
-    QThreadPool::globalInstance()->waitForDone();
+    EXPECT_TRUE(Support::WaitUntil([&] { return frame->UseCount() == references; }));
     QCoreApplication::processEvents();
 }
 
