@@ -105,8 +105,8 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent)
             [this](bool active) { view_->SetDragMode(active); });
     // A picture swap (or a failed one) runs to its end before the next pass of the event loop.
     connect(helper_, &WorkspaceControllerHelper::beforeWorkspaceControllerReset, this, [this] {
-        view_->HoldScrollBars(true);
-        QTimer::singleShot(0, view_, [view = view_] { view->HoldScrollBars(false); });
+        view_->HoldForPictureSwap(true);
+        QTimer::singleShot(0, view_, [view = view_] { view->HoldForPictureSwap(false); });
     });
 
     relay_ = new CoreEventRelay(this);

@@ -158,7 +158,7 @@ void WorkspaceView::ScaleToPercent(double percent)
     QPointF anchor(0.0, 0.0);
     // A fit centres the picture afterwards, so the pointer (a display server round trip) is
     // not asked for then.
-    if (testAttribute(Qt::WA_UnderMouse) && !fittingInProgress)
+    if (testAttribute(Qt::WA_UnderMouse) && !fittingInProgress && !swappingPictures)
         anchor = QPointF(viewport()->mapFromGlobal(QCursor::pos()));
     const QPointF sceneAnchor = mapToScene(anchor.toPoint());
 
@@ -332,9 +332,9 @@ double WorkspaceView::ConvertPercentToScaleFactor(double percent) const
     return target / current;
 }
 
-void WorkspaceView::HoldScrollBars(bool hold)
+void WorkspaceView::HoldForPictureSwap(bool hold)
 {
-    scrollBarsHeld = hold;
+    swappingPictures = hold;
     if (!hold && scrollBarCheckHeldBack) {
         scrollBarCheckHeldBack = false;
         CheckDragModeForEnabled(false);
@@ -343,7 +343,7 @@ void WorkspaceView::HoldScrollBars(bool hold)
 
 void WorkspaceView::CheckDragModeForEnabled(bool showTip)
 {
-    if (scene() && !scrollBarsLocked && scrollBarsHeld) {
+    if (scene() && !scrollBarsLocked && swappingPictures) {
         scrollBarCheckHeldBack = true;
     } else if (scene() && !scrollBarsLocked) {
         // A fitted picture needs no scroll bars. Turning one on here would shrink the viewport,

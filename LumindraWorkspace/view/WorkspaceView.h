@@ -86,11 +86,13 @@ public:
     QMenu* GetContextMenu() const;
     bool IsContextMenuPending() const;
 
-    // While held, the scroll bars keep their state: the host holds them while it swaps pictures,
-    // so that the closing picture's zoom reset does not show them for the new picture's fit to
-    // take away again (each switch relays the view out and asks the display server where the
-    // pointer is). A fit decides them anyway; other changes skipped meanwhile are made on release.
-    void HoldScrollBars(bool hold);
+    // The host holds the view while it swaps pictures: the closing picture's reset to 100 %
+    // and the new picture's fit pass without the scroll bars coming and going in between (each
+    // switch lays the view out again and asks the display server where the pointer is), and no
+    // zoom meanwhile is anchored at the pointer, whose picture is on its way out (a display
+    // server round trip). A fit decides the scroll bars anyway; a change skipped meanwhile is
+    // made on release.
+    void HoldForPictureSwap(bool hold);
 
     DragTipController* GetDragTipController() const;
     ToolTipManager* GetToolTipManager() const;
@@ -153,7 +155,7 @@ private:
     double maxScalePercent = 100.0;
     bool dragModeAvailable = false;
     bool scrollBarsLocked = false;
-    bool scrollBarsHeld = false;
+    bool swappingPictures = false;
     bool scrollBarCheckHeldBack = false; // a check was skipped while held and no fit followed
     bool fitToView = false;
     bool scalingInProgress = false;

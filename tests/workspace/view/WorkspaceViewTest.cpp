@@ -458,10 +458,11 @@ TEST(WorkspaceView, GuideWidgetFreezesTheScrollBarsAndAZoomWithoutTheCursorKeeps
     EXPECT_TRUE(view.IsDragModeAvailable());
 }
 
-// Held scroll bars keep their state through a zoom until the release makes the change, and
-// through a picture swap (the closing picture's reset to 100 %, then the new one's fit) the
-// viewport never changes size; a fit while held leaves nothing for the release to do.
-TEST(WorkspaceView, HeldScrollBarsWaitForTheReleaseAndAPictureSwapNeverShowsThem)
+// Held for a picture swap, the scroll bars keep their state through a zoom until the release
+// makes the change, and a zoom keeps the centre whatever the pointer; through a real swap (the
+// closing picture's reset to 100 %, then the new one's fit) the viewport never changes size. A
+// fit while held leaves nothing for the release to do.
+TEST(WorkspaceView, HeldForAPictureSwapTheScrollBarsWaitAndNoZoomFollowsThePointer)
 {
     struct Case { const char* what; bool swap; bool fit; Qt::ScrollBarPolicy afterRelease; };
     for (const Case& c : {Case {"a zoom", false, false, Qt::ScrollBarAlwaysOn},
@@ -472,20 +473,23 @@ TEST(WorkspaceView, HeldScrollBarsWaitForTheReleaseAndAPictureSwapNeverShowsThem
         WorkspaceView& view = harness.view;
         view.ScaleToFit(true);
         ResizeCounter viewportResizes(view.viewport());
-        view.HoldScrollBars(true);
+        ASSERT_TRUE(harness.PutCursorAt(QPoint(60, 50)));
+        const QPointF centre = view.mapToScene(view.viewport()->rect().center());
+        view.HoldForPictureSwap(true);
         if (c.swap) {
             harness.controller = WorkspaceController::Create(
                 harness.provider_, QPixmap::fromImage(TS::MakeTestImage(2000, 1500)), PhotoCore::ImageSourcePaste);
             view.SetWorkspaceController(harness.controller);
         } else {
             view.ScaleToPercent(150.0);
+            EXPECT_LE((view.mapToScene(view.viewport()->rect().center()) - centre).manhattanLength(), 10.0);
         }
         EXPECT_EQ(view.horizontalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
         EXPECT_EQ(view.verticalScrollBarPolicy(), Qt::ScrollBarAlwaysOff);
         if (c.fit)
             view.ScaleToFit(true);
         QSignalSpy scaled(view.GetEmitter(), &ScalableViewEmitter::scaleChanged);
-        view.HoldScrollBars(false);
+        view.HoldForPictureSwap(false);
         EXPECT_EQ(view.horizontalScrollBarPolicy(), c.afterRelease);
         EXPECT_EQ(view.verticalScrollBarPolicy(), c.afterRelease);
         EXPECT_EQ(view.IsDragModeAvailable(), c.afterRelease == Qt::ScrollBarAlwaysOn);
