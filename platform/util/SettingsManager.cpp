@@ -8,6 +8,8 @@
 
 #include <glog/logging.h>
 
+#include "core/WorkerThread.h"
+
 namespace Quelto::Lumindra::Util {
 
 namespace {
@@ -70,6 +72,8 @@ bool SettingsManager::WriteChanges(const QString& storeFile, const Changes& chan
 
 void SettingsManager::WriterLoop()
 {
+    // Each picture shown records itself; writing the store must not take turns with the window.
+    Core::BecomeWorkerThread("lumindra-store");
     std::unique_lock<std::mutex> lock(mutex_);
     for (;;) {
         changed_.wait(lock, [this] { return stopping_ || !pending_.empty(); });

@@ -1,8 +1,14 @@
+#include <sys/resource.h>
+
+#include <cerrno>
+
+#include <QDir>
 #include <QFile>
 #include <QSettings>
 
 #include <gtest/gtest.h>
 
+#include "core/WorkerThread.h"
 #include "support/TestSupport.h"
 #include "util/Settings.h"
 
@@ -41,6 +47,26 @@ TEST_F(SettingsStoreTest, EveryWriteReadsBackAtOnceAndLandsInTheIniFile)
     EXPECT_EQ(reader.value("Session/Id").toString(), "{1234-abcd}");
     EXPECT_EQ(reader.value("counter").toInt(), 299);
     EXPECT_TRUE(reader.contains("toggled"));
+}
+
+// The writer runs below the UI thread's priority: a picture shown records itself, and writing
+// that down must not take turns with the window on a machine with few cores.
+TEST_F(SettingsStoreTest, TheWriterThreadRunsBelowTheWindowsPriority)
+{
+    ASSERT_TRUE(settings_.SetValue("counter", 1));
+    ASSERT_TRUE(settings_.Flush());
+    int writers = 0;
+    for (const QString& task : QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile comm(QStringLiteral("/proc/self/task/%1/comm").arg(task));
+        if (!comm.open(QIODevice::ReadOnly) || comm.readAll().trimmed() != "lumindra-store")
+            continue;
+        ++writers;
+        errno = 0;
+        const int nice = getpriority(PRIO_PROCESS, static_cast<id_t>(task.toInt()));
+        EXPECT_EQ(errno, 0);
+        EXPECT_GE(nice, Core::kWorkerThreadNice);
+    }
+    EXPECT_EQ(writers, 1);
 }
 
 // Opening the store waits for a lock that any write to disk holds, so a value is read from the
