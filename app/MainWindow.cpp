@@ -404,6 +404,7 @@ void MainWindow::Step(int direction)
         return;
     }
     lastDirection_ = direction;
+    stepTarget_ = next;
     helper_->AddFileToOpen(next);
 }
 
@@ -468,6 +469,7 @@ void MainWindow::SetWorkspaceController(const std::weak_ptr<IWorkspaceController
         loadingFull_ = false;
     }
     lastDirection_ = 0;
+    stepTarget_.clear();
     adjust_->ResetSliders();
     progress_->setVisible(loadingFull_);
     UpdateActions();
@@ -540,7 +542,12 @@ void MainWindow::OnSceneRectChanged()
 
 void MainWindow::OnThrowEvent(const PhotoCore::ICoreEventHandler::ThrowEvent& event)
 {
-    const QString file = QFileInfo(QString::fromStdString(event.fileName)).fileName();
+    const QFileInfo failed(QString::fromStdString(event.fileName));
+    if (!stepTarget_.isEmpty() && failed == QFileInfo(stepTarget_)) {
+        folder_.SetCurrentFile(stepTarget_);
+        stepTarget_.clear();
+    }
+    const QString file = failed.fileName();
     const QString message = file.isEmpty()
         ? tr("The picture could not be opened.\n\n%1").arg(QString::fromStdString(event.text))
         : tr("“%1” could not be opened.\n\n%2").arg(file, QString::fromStdString(event.text));

@@ -176,6 +176,9 @@ private:
     std::weak_ptr<IWorkspaceController> controller_;
     FolderNavigator folder_;
     int lastDirection_ = 0;
+    // The file a step asked for until it is shown. One that cannot be opened becomes the place
+    // the next step starts from, so that a damaged file does not bar the way through the folder.
+    QString stepTarget_;
     bool loadingFull_ = false;
     bool unattended_ = false;
     RestoreOffer* restoreOffer_ = nullptr;

@@ -4,6 +4,7 @@
 #include <cstdio>
 
 #include <QApplication>
+#include <QFile>
 #include <QFileInfo>
 #include <QImage>
 #include <QScrollBar>
@@ -108,6 +109,34 @@ TEST(EditorBrowsing, AFolderForwardBackAndByJumpShowsEachPhotoWithTheNeighbourAh
 #endif
     if (peakReset && comparable) {
         EXPECT_LT(peak, allowed);
+    }
+}
+
+// A damaged photo in the middle of a folder: stepping onto it says it cannot be opened and
+// leaves the photo on show; the next step in the same direction goes past it, both ways.
+TEST(EditorBrowsing, ADamagedPhotoIsReportedAndTheNextStepGoesPastIt)
+{
+    Support::Sandbox sandbox;
+    const QStringList files = Support::MakePhotoFolder(sandbox.FilePath(QStringLiteral("folder")), 4, {1200, 800});
+    QFile damaged(files[1]);
+    ASSERT_TRUE(damaged.open(QIODevice::ReadWrite));
+    ASSERT_TRUE(damaged.resize(damaged.size() / 3));
+    damaged.close();
+    EditorHarness editor({1200, 800});
+    ASSERT_TRUE(editor.Open(files[0]));
+    QSignalSpy failures(&editor.Window(), &App::MainWindow::openFailed);
+    struct Step { int key; int refused; int shown; };
+    for (const Step& step : {Step {Qt::Key_Right, 1, 0}, Step {Qt::Key_Right, -1, 2}, Step {Qt::Key_Left, 1, 2},
+                             Step {Qt::Key_Left, -1, 0}}) {
+        SCOPED_TRACE("towards " + std::to_string(step.refused >= 0 ? step.refused : step.shown));
+        const int before = failures.count();
+        editor.Key(step.key, Qt::AltModifier);
+        ASSERT_TRUE(editor.WaitForFullFrame(files[step.shown]));
+        ASSERT_EQ(failures.count(), before + (step.refused >= 0 ? 1 : 0));
+        if (step.refused >= 0) {
+            EXPECT_TRUE(failures.last().at(0).toString().contains(QFileInfo(files[1]).fileName()))
+                << failures.last().at(0).toString().toStdString();
+        }
     }
 }
 
