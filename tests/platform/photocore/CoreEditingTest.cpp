@@ -234,7 +234,7 @@ TEST(CoreEditing, DestroyingABusyCoreStopsItsThread)
             Apply(*core, Proc::SettingsRotate(1));
     }
     // A joined thread may linger in the task list for a moment after the join returns.
-    EXPECT_TRUE(T::WaitUntil([&] { return T::ThreadCount() <= threads; })) << T::ThreadCount() << " > " << threads;
+    EXPECT_TRUE(T::WaitUntil([&] { return T::ThreadCount() <= threads; })) << T::ThreadCount() << " > " << threads << ": " << T::ThreadNames().toStdString();
     const std::size_t seen = recorder.Entries().size();
     EXPECT_FALSE(T::WaitUntil([&] { return recorder.Entries().size() != seen; }, 200)) << "an event after the end";
 }

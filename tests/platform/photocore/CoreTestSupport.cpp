@@ -1,6 +1,7 @@
 #include "CoreTestSupport.h"
 
 #include <QDir>
+#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -58,9 +59,33 @@ QString WriteJpeg(const QString& path, int width, int height)
     return path;
 }
 
+namespace {
+
+QStringList CountedThreadNames()
+{
+    QStringList names;
+    const QDir tasks(QStringLiteral("/proc/self/task"));
+    for (const QString& task : tasks.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile comm(tasks.filePath(task + QStringLiteral("/comm")));
+        const QString name = comm.open(QIODevice::ReadOnly) ? QString::fromUtf8(comm.readAll().trimmed()) : QString();
+        if (name == QLatin1String("lumindra-pool") || name == QLatin1String("lumindra-store")
+            || name.startsWith(QLatin1String("pool-")))
+            continue;
+        names << name;
+    }
+    return names;
+}
+
+} // namespace
+
 int ThreadCount()
 {
-    return int(QDir(QStringLiteral("/proc/self/task")).entryList(QDir::Dirs | QDir::NoDotAndDotDot).size());
+    return int(CountedThreadNames().size());
+}
+
+QString ThreadNames()
+{
+    return CountedThreadNames().join(QStringLiteral(", "));
 }
 
 } // namespace Quelto::Lumindra::Test

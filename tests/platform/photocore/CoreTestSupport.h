@@ -51,7 +51,11 @@ QImage FrameImage(const Proc::DataVideoPtr& frame);
 QImage CurrentImage(PhotoCore::IPhotoCore& core);
 // Writes a photo-like JPEG of the size (quality 90) and returns its path.
 QString WriteJpeg(const QString& path, int width, int height);
-// Threads of this process (to see that a core left none behind).
+// Threads of this process that a core could leave behind. The process-wide ones that live on
+// by design are not counted: the pools that keep their threads between tasks (ours, and GLib's
+// that libvips uses, started as the load needs them) and the settings writer.
 int ThreadCount();
+// Their names, for a failure message.
+QString ThreadNames();
 
 } // namespace Quelto::Lumindra::Test

@@ -279,7 +279,7 @@ TEST(PhotoCoreFactory, BadInputsThrowAClearErrorAndLeaveNoThread)
         }
     }
     // A joined thread may linger in the task list for a moment after the join returns.
-    EXPECT_TRUE(T::WaitUntil([&] { return T::ThreadCount() <= threads; })) << T::ThreadCount() << " > " << threads;
+    EXPECT_TRUE(T::WaitUntil([&] { return T::ThreadCount() <= threads; })) << T::ThreadCount() << " > " << threads << ": " << T::ThreadNames().toStdString();
 }
 
 } // namespace
